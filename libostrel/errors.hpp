@@ -1,0 +1,73 @@
+#pragma once
+
+#include <cerrno>
+#include <exception>
+#include <new>
+#include <system_error>
+
+namespace ostrel
+{
+
+/** Leaves as the exception that carries this errno value. */
+[[noreturn]] inline void fail(int error)
+{
+    throw std::system_error(error, std::generic_category());
+}
+
+/** @throws std::system_error with error unless the condition holds */
+inline void require(bool condition, int error)
+{
+    if (!condition)
+    {
+        fail(error);
+    }
+}
+
+/**
+ * Passes the result of a system call on.
+ * @throws std::system_error with errno when it is -1
+ */
+inline int check(int result)
+{
+    require(result != -1, errno);
+    return result;
+}
+
+/** The errno value for the exception being handled. */
+inline int currentError() noexcept
+{
+    try
+    {
+        throw;
+    }
+    catch (const std::system_error& e)
+    {
+        return e.code().value();
+    }
+    catch (...)
+    {
+        // Everything else that the standard library throws here means that
+        // something is too large for the memory.
+        return ENOMEM;
+    }
+}
+
+/**
+ * The one boundary between exceptions and C: runs an operation, and turns an
+ * exception into errno and the given result.
+ */
+template <typename Result, typename Operation>
+Result guarded(Result failure, Operation operation) noexcept
+{
+    try
+    {
+        return operation();
+    }
+    catch (...)
+    {
+        errno = currentError();
+        return failure;
+    }
+}
+
+} // namespace ostrel

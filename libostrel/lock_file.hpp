@@ -1,0 +1,28 @@
+#pragma once
+
+#include "descriptor.hpp"
+
+#include <filesystem>
+
+namespace ostrel
+{
+
+/** Holds the exclusive flock(2) of a lock file, from construction on. */
+class LockFile
+{
+  public:
+    /**
+     * Creates the file and its directories where they are missing, and waits
+     * without limit for the lock.
+     * @throws std::system_error
+     */
+    explicit LockFile(const std::filesystem::path& path);
+    ~LockFile();
+
+    LockFile(LockFile&&) = delete;
+
+  private:
+    Descriptor file;
+};
+
+} // namespace ostrel
