@@ -1,0 +1,80 @@
+#pragma once
+
+#include <phosphor-logging/lg2/statement.hpp>
+
+#include <syslog.h>
+
+#include <utility>
+
+/*
+ * Structured log records:
+ *
+ *     lg2::error("Set {NAME} version failed: {ERROR}", "NAME", name, "ERROR",
+ *                exception);
+ *
+ * sends one record to the journal, with the fields MESSAGE (each {KEY}
+ * replaced by its value), LOG2_FMTMSG (the text as written), PRIORITY,
+ * CODE_FILE, CODE_LINE and CODE_FUNC of the caller, and NAME and ERROR. A copy
+ * goes to standard error if that is a terminal or LG2_FORCE_STDERR is set;
+ * LG2_FORMAT is its form (%l priority, %m message, %f function, %F file, %L
+ * line, %%), by default "<%l> %m".
+ *
+ * Keys are checked while compiling. Values are strings, integers, bool,
+ * floating point and exceptions. A record that cannot be sent is lost.
+ *
+ * The inline namespace gives the subset linker names of its own, so that it
+ * never meets a definition of the real package in the same process.
+ */
+namespace lg2::inline fenmarch_subset
+{
+
+namespace details
+{
+
+template <int priority, typename... Arguments>
+using StatementOf =
+    Statement<priority, std::index_sequence_for<Arguments...>, Arguments...>;
+
+} // namespace details
+
+template <typename... Arguments>
+struct error : details::StatementOf<LOG_ERR, Arguments...>
+{
+    using Base = details::StatementOf<LOG_ERR, Arguments...>;
+    using Base::Base;
+};
+
+template <typename... Arguments>
+explicit error(const char*, const Arguments&...) -> error<Arguments...>;
+
+template <typename... Arguments>
+struct warning : details::StatementOf<LOG_WARNING, Arguments...>
+{
+    using Base = details::StatementOf<LOG_WARNING, Arguments...>;
+    using Base::Base;
+};
+
+template <typename... Arguments>
+explicit warning(const char*, const Arguments&...) -> warning<Arguments...>;
+
+template <typename... Arguments>
+struct info : details::StatementOf<LOG_INFO, Arguments...>
+{
+    using Base = details::StatementOf<LOG_INFO, Arguments...>;
+    using Base::Base;
+};
+
+template <typename... Arguments>
+explicit info(const char*, const Arguments&...) -> info<Arguments...>;
+
+template <typename... Arguments>
+struct debug : details::StatementOf<LOG_DEBUG, Arguments...>
+{
+    using Base = details::StatementOf<LOG_DEBUG, Arguments...>;
+    using Base::Base;
+};
+
+template <typename... Arguments>
+explicit debug(const char*, const Arguments&...) -> debug<Arguments...>;
+
+} // namespace lg2::inline fenmarch_subset

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <algorithm>
+#include <array>
+#include <string>
+#include <string_view>
+
+namespace lg2::inline fenmarch_subset::details
+{
+
+/**
+ * The name of a field, checked while compiling: not empty, of A-Z, 0-9 and _,
+ * not beginning with _ (the journal drops such fields), and none of the names
+ * that every record has anyway.
+ */
+class Key
+{
+  public:
+    consteval Key(const char* text) : name(text)
+    {
+        if (!usable(text))
+        {
+            throw "not usable as the name of a field";
+        }
+    }
+
+    explicit operator std::string() const
+    {
+        return name;
+    }
+
+  private:
+    static constexpr bool usable(std::string_view name)
+    {
+        constexpr std::array<std::string_view, 6> reserved{
+            "MESSAGE",   "LOG2_FMTMSG", "PRIORITY",
+            "CODE_FILE", "CODE_LINE",   "CODE_FUNC"};
+
+        return !name.empty() && !name.starts_with('_') &&
+               std::ranges::all_of(name, allowed) &&
+               std::ranges::find(reserved, name) == reserved.end();
+    }
+
+    static constexpr bool allowed(char character)
+    {
+        return (character >= 'A' && character <= 'Z') ||
+               (character >= '0' && character <= '9') || character == '_';
+    }
+
+    const char* name;
+};
+
+} // namespace lg2::inline fenmarch_subset::details

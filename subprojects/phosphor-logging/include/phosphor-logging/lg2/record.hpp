@@ -1,0 +1,76 @@
+#pragma once
+
+#include <phosphor-logging/lg2/location.hpp>
+#include <phosphor-logging/lg2/standard_error.hpp>
+#include <systemd/sd-journal.h>
+
+#include <sys/uio.h>
+
+#include <span>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace lg2::inline fenmarch_subset::details
+{
+
+/** A field of a record: its name and its value. */
+using Field = std::pair<std::string, std::string>;
+
+/** The text with the first {KEY} of each field replaced by its value. */
+inline std::string filledIn(std::string text, std::span<const Field> fields)
+{
+    for (const auto& [key, value] : fields)
+    {
+        const std::string placeholder = "{" + key + "}";
+        const std::size_t at = text.find(placeholder);
+        if (at != std::string::npos)
+        {
+            text.replace(at, placeholder.size(), value);
+        }
+    }
+    return text;
+}
+
+/** Sends "NAME=value" lines as one record. A journal that does not take it is
+ *  nothing that a caller could act on, so the result is ignored. */
+inline void sendToJournal(std::vector<std::string>& lines)
+{
+    std::vector<iovec> parts;
+    for (std::string& line : lines)
+    {
+        parts.push_back({line.data(), line.size()});
+    }
+    // In parentheses, for there is a macro of this name that adds the location
+    // of this line instead of the caller's.
+    (sd_journal_sendv)(parts.data(), static_cast<int>(parts.size()));
+}
+
+/** Sends one record to the journal, and its copy to standard error if that is
+ *  wanted. */
+inline void log(int priority, const std::string& text,
+                std::span<const Field> fields, const Location& where)
+{
+    const std::string message = filledIn(text, fields);
+
+    std::vector<std::string> lines{
+        "MESSAGE=" + message,
+        "LOG2_FMTMSG=" + text,
+        "PRIORITY=" + std::to_string(priority),
+        std::string("CODE_FILE=") + where.file_name(),
+        "CODE_LINE=" + std::to_string(where.line()),
+        std::string("CODE_FUNC=") + where.function_name(),
+    };
+    for (const auto& [key, value] : fields)
+    {
+        lines.push_back(key + "=" + value);
+    }
+    sendToJournal(lines);
+
+    if (standardErrorIsWanted())
+    {
+        copyToStandardError(priority, message, where);
+    }
+}
+
+} // namespace lg2::inline fenmarch_subset::details

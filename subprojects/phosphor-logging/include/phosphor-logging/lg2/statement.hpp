@@ -1,0 +1,52 @@
+#pragma once
+
+#include <phosphor-logging/lg2/key.hpp>
+#include <phosphor-logging/lg2/location.hpp>
+#include <phosphor-logging/lg2/record.hpp>
+#include <phosphor-logging/lg2/value.hpp>
+
+#include <array>
+#include <cstddef>
+#include <string>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+namespace lg2::inline fenmarch_subset::details
+{
+
+/** Keys stand at the even positions, each before its value. */
+template <std::size_t position, typename Argument>
+using Parameter = std::conditional_t<position % 2 == 0, Key, const Argument&>;
+
+template <int priority, typename Positions, typename... Arguments>
+class Statement;
+
+/**
+ * Logs by being constructed. A class, not a function, because the location of
+ * the caller follows a list of any length: a deduction guide fixes the list
+ * before the default argument behind it applies.
+ */
+template <int priority, std::size_t... positions, typename... Arguments>
+class Statement<priority, std::index_sequence<positions...>, Arguments...>
+{
+    static_assert(sizeof...(Arguments) % 2 == 0, "each key needs a value");
+
+  public:
+    explicit Statement(const char* text,
+                       Parameter<positions, Arguments>... arguments,
+                       const Location& where = Location::current())
+    {
+        std::array<std::string, sizeof...(Arguments)> texts{
+            textOf(arguments)...};
+
+        std::vector<Field> fields;
+        for (std::size_t at = 0; at < texts.size(); at += 2)
+        {
+            fields.emplace_back(std::move(texts[at]), std::move(texts[at + 1]));
+        }
+        log(priority, text, fields, where);
+    }
+};
+
+} // namespace lg2::inline fenmarch_subset::details

@@ -1,0 +1,115 @@
+#pragma once
+
+#include <sdbusplus/exception.hpp>
+#include <sdbusplus/message.hpp>
+#include <sdbusplus/sdbus.hpp>
+#include <systemd/sd-bus.h>
+
+#include <memory>
+#include <type_traits>
+
+namespace sdbusplus::inline fenmarch_subset
+{
+
+/**
+ * A connection to the bus: holds one reference, and its destructor sends what
+ * is queued, closes the connection and gives the reference back. Every holder
+ * of the same connection finds it closed then.
+ *
+ * May hold no connection at all: then new_method_call() throws.
+ */
+class bus_t
+{
+  public:
+    /** Takes over the caller's reference. */
+    bus_t(sd_bus* bus, std::false_type) : bus_t(bus, Release{&sdbus_impl})
+    {
+    }
+
+    /** Takes a reference of its own and calls through this interface, which
+     *  must outlive the object. */
+    bus_t(sd_bus* bus, SdBusInterface* interface) :
+        bus_t(interface->sd_bus_ref(bus), Release{interface})
+    {
+    }
+
+    /**
+     * A message for the method of that name; sends nothing.
+     *
+     * @throws exception::SdBusError "sd_bus_message_new_method_call: ..." when
+     *         a name is not valid or there is no connection
+     */
+    message_t new_method_call(const char* service, const char* path,
+                              const char* interface, const char* member)
+    {
+        sd_bus_message* message = nullptr;
+        const int result = calls().sd_bus_message_new_method_call(
+            handle.get(), &message, service, path, interface, member);
+        if (result < 0)
+        {
+            throw exception::SdBusError(-result,
+                                        "sd_bus_message_new_method_call");
+        }
+        return {message, &calls(), std::false_type()};
+    }
+
+    /**
+     * Sends the message and blocks until its reply is here, at most for the
+     * default time-out of libsystemd.
+     *
+     * @throws exception::SdBusError "sd_bus_call: ..." with the error that the
+     *         peer, the bus or libsystemd reports
+     */
+    message_t call(message_t& message)
+    {
+        sd_bus_error error{};
+        sd_bus_message* reply = nullptr;
+        if (calls().sd_bus_call(handle.get(), message.handle.get(), 0, &error,
+                                &reply) < 0)
+        {
+            throw exception::SdBusError(&error, "sd_bus_call");
+        }
+        return {reply, &calls(), std::false_type()};
+    }
+
+  private:
+    struct Release
+    {
+        SdBusInterface* interface;
+
+        void operator()(sd_bus* bus) const
+        {
+            interface->sd_bus_flush_close_unref(bus);
+        }
+    };
+
+    bus_t(sd_bus* bus, Release release) : handle(bus, release)
+    {
+    }
+
+    SdBusInterface& calls() const
+    {
+        return *handle.get_deleter().interface;
+    }
+
+    std::unique_ptr<sd_bus, Release> handle;
+};
+
+namespace bus
+{
+
+/**
+ * The calling thread's default connection, which later calls of this thread
+ * share. A failure to connect is not reported here: the object then holds no
+ * connection.
+ */
+inline bus_t new_default()
+{
+    sd_bus* bus = nullptr;
+    sdbus_impl.sd_bus_default(&bus);
+    return {bus, std::false_type()};
+}
+
+} // namespace bus
+
+} // namespace sdbusplus::inline fenmarch_subset

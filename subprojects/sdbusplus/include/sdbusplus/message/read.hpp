@@ -1,0 +1,75 @@
+#pragma once
+
+#include <sdbusplus/exception.hpp>
+#include <sdbusplus/message/signature.hpp>
+#include <sdbusplus/sdbus.hpp>
+#include <systemd/sd-bus.h>
+
+#include <string>
+#include <utility>
+#include <variant>
+
+/*
+ * readValue() takes the next value out of a message. A failure leaves the
+ * message where the failed step left it and the value as it was.
+ */
+namespace sdbusplus::inline fenmarch_subset::message
+{
+
+/** @throws exception::SdBusError when the result is negative */
+inline int checked(int result, const char* step)
+{
+    if (result < 0)
+    {
+        throw exception::SdBusError(-result, step);
+    }
+    return result;
+}
+
+inline void readValue(SdBusInterface& interface, sd_bus_message* message,
+                      std::string& value)
+{
+    const char* text = nullptr;
+    checked(interface.sd_bus_message_read_basic(message, 's', &text),
+            "sd_bus_message_read_basic string");
+    value = text;
+}
+
+/** Reads a variant that holds this alternative; false if it holds another. */
+template <typename Alternative, typename Variant>
+bool readAlternative(SdBusInterface& interface, sd_bus_message* message,
+                     Variant& value)
+{
+    constexpr const char* signature = Signature<Alternative>::text;
+    if (checked(interface.sd_bus_message_verify_type(message, 'v', signature),
+                "sd_bus_message_verify_type variant") == 0)
+    {
+        return false;
+    }
+    checked(interface.sd_bus_message_enter_container(message, 'v', signature),
+            "sd_bus_message_enter_container variant");
+    Alternative read{};
+    readValue(interface, message, read);
+    checked(interface.sd_bus_message_exit_container(message),
+            "sd_bus_message_exit_container variant");
+    value = std::move(read);
+    return true;
+}
+
+/**
+ * Reads a variant by the first alternative that fits. One that none fits is
+ * skipped, and the value becomes the default of the first alternative.
+ */
+template <typename... Alternatives>
+void readValue(SdBusInterface& interface, sd_bus_message* message,
+               std::variant<Alternatives...>& value)
+{
+    if (!(readAlternative<Alternatives>(interface, message, value) || ...))
+    {
+        checked(interface.sd_bus_message_skip(message, "v"),
+                "sd_bus_message_skip variant");
+        value = std::variant<Alternatives...>();
+    }
+}
+
+} // namespace sdbusplus::inline fenmarch_subset::message

@@ -1,0 +1,171 @@
+#include "store_test.hpp"
+
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+namespace
+{
+
+using Load = StoreTest;
+
+TEST_F(Load, NullPathIsRefused)
+{
+    errno = 0;
+    EXPECT_EQ(json_config_load(nullptr, lock.c_str(), 0), nullptr);
+    EXPECT_EQ(errno, EINVAL);
+}
+
+TEST_F(Load, FlagsAreRefusedAndNothingIsCreated)
+{
+    for (const unsigned int flags : {1U, 2U, 0x80000000U})
+    {
+        errno = 0;
+        EXPECT_EQ(json_config_load(document.c_str(), lock.c_str(), flags),
+                  nullptr);
+        EXPECT_EQ(errno, EINVAL);
+    }
+    EXPECT_TRUE(support::namesIn(scratch.path).empty());
+}
+
+TEST_F(Load, WithoutLockAMissingFileGivesNoHandle)
+{
+    errno = 0;
+    EXPECT_EQ(loadReadOnly(), nullptr);
+    EXPECT_EQ(errno, ENOENT);
+    EXPECT_TRUE(support::namesIn(scratch.path).empty());
+}
+
+TEST_F(Load, WithoutLockAnEmptyFileGivesNoHandle)
+{
+    support::writeFile(document, "");
+    errno = 0;
+    EXPECT_EQ(loadReadOnly(), nullptr);
+    EXPECT_EQ(errno, ENOENT);
+}
+
+TEST_F(Load, WithLockAMissingFileIsAnEmptyDocument)
+{
+    Handle config = load();
+    ASSERT_NE(config, nullptr);
+    EXPECT_EQ(get(config, "BMC", "state"), "(none)");
+    EXPECT_EQ(json_config_release(config.release()), 0);
+    EXPECT_FALSE(exists(directory));
+}
+
+TEST_F(Load, WithLockAnEmptyFileIsAnEmptyDocument)
+{
+    support::writeFile(document, "");
+    const auto before = support::statusOf(document);
+    Handle config = load();
+    ASSERT_NE(config, nullptr);
+    EXPECT_EQ(get(config, "BMC", "state"), "(none)");
+    EXPECT_EQ(json_config_release(config.release()), 0);
+    EXPECT_TRUE(support::untouched(before, support::statusOf(document)));
+}
+
+TEST_F(Load, ReadingTouchesNothing)
+{
+    support::writeFile(document, R"({"BMC":{"state":"idle"}})");
+    const auto before = support::statusOf(document);
+    for (const auto& open : {&Load::load, &Load::loadReadOnly})
+    {
+        Handle config = (this->*open)();
+        EXPECT_EQ(get(config, "BMC", "state"), "idle");
+        EXPECT_EQ(json_config_release(config.release()), 0);
+    }
+    EXPECT_TRUE(support::untouched(before, support::statusOf(document)));
+    EXPECT_EQ(support::namesIn(directory),
+              std::vector<std::string>{"document.json"});
+}
+
+class UnusableContent : public StoreTest,
+                        public testing::WithParamInterface<std::string>
+{
+};
+
+TEST_P(UnusableContent, GivesNoHandleAndFreesTheLock)
+{
+    support::writeFile(document, GetParam());
+    const auto before = support::statusOf(document);
+    for (const auto& open :
+         {&UnusableContent::load, &UnusableContent::loadReadOnly})
+    {
+        errno = 0;
+        EXPECT_EQ((this->*open)(), nullptr);
+        EXPECT_EQ(errno, EBADMSG);
+    }
+    EXPECT_TRUE(lockIsFree());
+    EXPECT_TRUE(support::untouched(before, support::statusOf(document)));
+    EXPECT_EQ(support::readFile(document), GetParam());
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Documents, UnusableContent,
+    testing::Values(
+        "{", "   ", R"({"a":{"b":"c"})", R"({"a":{"b":"c"}} x)",
+        R"({"a":{"b":"c"}}{})", "[]", R"(["a"])", R"("text")", "7", "null",
+        R"({"a":{},"a":{}})", R"({"a":{"b":"1","b":"2"}})",
+        R"({"a":{"b":{"c":1,"c":2}}})", R"({'a':{}})", R"({"a":{},})",
+        "{\"a\":{\"b\":\"\xff\"}}", "{\"a\":{\"b\":\"\xc3\"}}",
+        "{\"a\":{\"b\":\"\xed\xa0\x80\"}}", "{\"a\":{\"b\":\"x\ny\"}}",
+        "\xef\xbb\xbf{}", R"({"a\u0000":{}})",
+        R"({"a":{"b":123456789012345678901234567890}})", R"({"a":{"b":1e999}})",
+        std::string("{}\0", 3), std::string(1 << 20, '['),
+        "{\"a\":" + std::string(4096, '[') + std::string(4096, ']') + "}"));
+
+TEST_F(Load, DirectoryInPlaceOfTheFile)
+{
+    create_directories(document);
+    errno = 0;
+    EXPECT_EQ(load(), nullptr);
+    EXPECT_EQ(errno, EISDIR);
+    EXPECT_TRUE(lockIsFree());
+}
+
+TEST_F(Load, FifoInPlaceOfTheFileDoesNotHang)
+{
+    create_directories(directory);
+    ASSERT_EQ(mkfifo(document.c_str(), 0600), 0);
+    errno = 0;
+    EXPECT_EQ(load(), nullptr);
+    EXPECT_EQ(errno, ENOTSUP);
+    errno = 0;
+    EXPECT_EQ(loadReadOnly(), nullptr);
+    EXPECT_EQ(errno, ENOTSUP);
+}
+
+TEST_F(Load, DeviceInPlaceOfTheFile)
+{
+    create_directories(directory);
+    create_symlink("/dev/zero", document);
+    errno = 0;
+    EXPECT_EQ(load(), nullptr);
+    EXPECT_EQ(errno, ENOTSUP);
+}
+
+TEST_F(Load, SocketInPlaceOfTheFile)
+{
+    create_directories(directory);
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    document.string().copy(address.sun_path, sizeof(address.sun_path) - 1);
+    const int bound = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    ASSERT_EQ(::bind(bound, reinterpret_cast<const sockaddr*>(&address),
+                     sizeof(address)),
+              0);
+    errno = 0;
+    EXPECT_EQ(load(), nullptr);
+    EXPECT_EQ(errno, ENXIO);
+    ::close(bound);
+}
+
+TEST_F(Load, DocumentLargerThanOnePageIsReadWhole)
+{
+    const std::string value(300'000, 'v');
+    support::writeFile(document,
+                       R"({"a":{"first":")" + value + R"(","last":"end"}})");
+    EXPECT_EQ(get(load(), "a", "last"), "end");
+}
+
+} // namespace

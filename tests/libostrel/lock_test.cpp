@@ -1,0 +1,220 @@
+#include "store_test.hpp"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <thread>
+
+namespace
+{
+
+using Lock = StoreTest;
+using support::Child;
+using support::Gate;
+
+TEST_F(Lock, FileIsPrivateItsDirectoryIsNot)
+{
+    load();
+    EXPECT_EQ(support::statusOf(lock).st_mode & 07777U, 0600U);
+    EXPECT_EQ(support::statusOf(lock.parent_path()).st_mode & 07777U, 0755U);
+}
+
+TEST_F(Lock, ExcludesFlockWhileAHandleIsOpen)
+{
+    Handle config = load();
+    EXPECT_FALSE(lockIsFree());
+    json_config_release(config.release());
+    EXPECT_TRUE(lockIsFree());
+    EXPECT_TRUE(exists(lock));
+}
+
+TEST_F(Lock, IsDroppedAfterAChangeToo)
+{
+    ASSERT_EQ(set("a", "b", "c"), std::pair(0, 0));
+    EXPECT_TRUE(lockIsFree());
+    EXPECT_TRUE(exists(lock));
+}
+
+TEST_F(Lock, IsNotTakenWithoutALockPath)
+{
+    support::writeFile(document, "{}");
+    load();
+    const Handle reader = loadReadOnly();
+    EXPECT_TRUE(lockIsFree());
+}
+
+TEST_F(Lock, AnotherProcessWaitsAndSeesTheChange)
+{
+    Handle config = load();
+    Child other([&] {
+        const Handle late = load();
+        return get(late, "a", "b") == "new" ? 0 : 1;
+    });
+    ASSERT_TRUE(other.waitsForLock());
+    ASSERT_EQ(json_config_set_string(config.get(), "a", "b", "new"), 0);
+    ASSERT_EQ(json_config_release(config.release()), 0);
+    EXPECT_EQ(other.wait(), 0);
+}
+
+TEST_F(Lock, AnotherHandleOfTheSameProcessWaits)
+{
+    Child process([&] {
+        Handle config = load();
+        std::thread other([&] { load(); });
+        other.join();
+        return 0;
+    });
+    EXPECT_TRUE(process.waitsForLock());
+}
+
+TEST_F(Lock, WaitsForFlock)
+{
+    load();
+    const int file = ::open(lock.c_str(), O_RDONLY | O_CLOEXEC);
+    ASSERT_EQ(::flock(file, LOCK_EX), 0);
+    Child other([&] { return load() != nullptr ? 0 : 1; });
+    ASSERT_TRUE(other.waitsForLock());
+    ASSERT_EQ(::flock(file, LOCK_UN), 0);
+    ::close(file);
+    EXPECT_EQ(other.wait(), 0);
+}
+
+TEST_F(Lock, SignalsDoNotEndTheWaiting)
+{
+    Handle config = load();
+    const Gate signalled;
+    Child other([&] {
+        static const Gate* gate = nullptr;
+        gate = &signalled;
+        struct sigaction action = {};
+        action.sa_handler = [](int) { gate->open(); };
+        ::sigaction(SIGUSR1, &action, nullptr);
+        return load() != nullptr ? 0 : 1;
+    });
+    ASSERT_TRUE(other.waitsForLock());
+    for (int i = 0; i < 3; ++i)
+    {
+        other.signal(SIGUSR1);
+        ASSERT_TRUE(signalled.pass());
+        ASSERT_TRUE(other.waitsForLock());
+    }
+    json_config_release(config.release());
+    EXPECT_EQ(other.wait(), 0);
+}
+
+TEST_F(Lock, ForkedChildDoesNotKeepItAfterTheRelease)
+{
+    Handle config = load();
+    const Gate end;
+    Child forked([&] { return end.pass() ? 0 : 1; });
+    json_config_release(config.release());
+    EXPECT_TRUE(lockIsFree());
+    end.open();
+    EXPECT_EQ(forked.wait(), 0);
+}
+
+TEST_F(Lock, ExecutedChildDoesNotKeepItWhenTheOwnerIsKilled)
+{
+    const Gate started;
+    std::array<int, 2> hold{};
+    ASSERT_EQ(::pipe(hold.data()), 0);
+    Child owner([&] {
+        const Handle config = load();
+        // The program starts, says so, and stays until the pipe is closed.
+        const std::string script =
+            "echo started; exec cat <&" + std::to_string(hold[0]);
+        std::array<int, 2> output{};
+        if (::pipe(output.data()) == -1)
+        {
+            return 1;
+        }
+        if (::fork() == 0)
+        {
+            ::close(hold[1]);
+            ::dup2(output[1], STDOUT_FILENO);
+            ::execlp("sh", "sh", "-c", script.c_str(), nullptr);
+            ::_exit(127);
+        }
+        char first = 0;
+        if (::read(output[0], &first, 1) == 1)
+        {
+            started.open();
+        }
+        ::pause();
+        return 0;
+    });
+    ASSERT_TRUE(started.pass());
+    EXPECT_FALSE(lockIsFree());
+    owner.signal(SIGKILL);
+    EXPECT_EQ(owner.wait(), -SIGKILL);
+    EXPECT_TRUE(lockIsFree());
+    ::close(hold[1]);
+    ::close(hold[0]);
+}
+
+TEST_F(Lock, SymbolicLinkIsRefused)
+{
+    create_directories(lock.parent_path());
+    const auto target = scratch.path / "target";
+    create_symlink(target, lock);
+    errno = 0;
+    EXPECT_EQ(load(), nullptr);
+    EXPECT_EQ(errno, ELOOP);
+    EXPECT_FALSE(exists(target));
+}
+
+TEST_F(Lock, DirectoryInItsPlaceIsRefused)
+{
+    create_directories(lock);
+    errno = 0;
+    EXPECT_EQ(load(), nullptr);
+    EXPECT_EQ(errno, EISDIR);
+}
+
+TEST_F(Lock, FifoInItsPlaceDoesNotHang)
+{
+    create_directories(lock.parent_path());
+    ASSERT_EQ(::mkfifo(lock.c_str(), 0600), 0);
+    EXPECT_NE(load(), nullptr);
+}
+
+TEST_F(Lock, MissingDirectoryThatCannotBeMade)
+{
+    support::writeFile(lock.parent_path(), "a file, not a directory");
+    errno = 0;
+    EXPECT_EQ(load(), nullptr);
+    EXPECT_EQ(errno, ENOTDIR);
+}
+
+TEST_F(Lock, NoChangeOfTwoWritersIsLost)
+{
+    constexpr int changes = 50;
+    const auto writer = [&](const std::string& section) {
+        return [this, section] {
+            for (int i = 0; i < changes; ++i)
+            {
+                const auto key = std::to_string(i);
+                if (set(section.c_str(), key.c_str(), "set") != std::pair(0, 0))
+                {
+                    return 1;
+                }
+            }
+            return 0;
+        };
+    };
+    Child first(writer("first"));
+    Child second(writer("second"));
+    EXPECT_EQ(first.wait(), 0);
+    EXPECT_EQ(second.wait(), 0);
+    const Handle config = load();
+    for (int i = 0; i < changes; ++i)
+    {
+        const auto key = std::to_string(i);
+        EXPECT_EQ(get(config, "first", key.c_str()), "set");
+        EXPECT_EQ(get(config, "second", key.c_str()), "set");
+    }
+}
+
+} // namespace

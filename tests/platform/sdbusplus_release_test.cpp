@@ -1,0 +1,182 @@
+#include "private_service.hpp"
+
+#include <gtest/gtest.h>
+#include <sdbusplus/bus.hpp>
+#include <sdbusplus/exception.hpp>
+#include <sdbusplus/message.hpp>
+#include <sdbusplus/sdbus.hpp>
+#include <systemd/sd-bus.h>
+
+#include <dlfcn.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <variant>
+#include <vector>
+
+namespace
+{
+
+using Messages = std::vector<sd_bus_message*>;
+
+// Of the testing thread alone: the service releases messages in its own.
+thread_local Messages released;
+
+} // namespace
+
+/** Takes the place of libsystemd's for this program, and passes on to it. What
+ *  libsystemd itself releases by it does not count. */
+extern "C" sd_bus_message* sd_bus_message_unref(sd_bus_message* message)
+{
+    static void* const real = dlsym(RTLD_NEXT, "sd_bus_message_unref");
+    Dl_info libsystemd{};
+    Dl_info caller{};
+    dladdr(real, &libsystemd);
+    dladdr(__builtin_return_address(0), &caller);
+    if (message != nullptr && caller.dli_fbase != libsystemd.dli_fbase)
+    {
+        released.push_back(message);
+    }
+    return reinterpret_cast<decltype(&sd_bus_message_unref)>(real)(message);
+}
+
+namespace
+{
+
+/** Notes every reference to a message that it hands out. */
+class Recorder : public sdbusplus::SdBusImpl
+{
+  public:
+    int sd_bus_message_new_method_call(sd_bus* bus, sd_bus_message** message,
+                                       const char* destination,
+                                       const char* path, const char* interface,
+                                       const char* member) override
+    {
+        const int result = SdBusImpl::sd_bus_message_new_method_call(
+            bus, message, destination, path, interface, member);
+        note(result, *message);
+        return result;
+    }
+
+    int sd_bus_call(sd_bus* bus, sd_bus_message* message,
+                    uint64_t timeoutMicroseconds, sd_bus_error* error,
+                    sd_bus_message** reply) override
+    {
+        const int result = SdBusImpl::sd_bus_call(
+            bus, message, timeoutMicroseconds, error, reply);
+        note(result, *reply);
+        return result;
+    }
+
+    sd_bus_message* sd_bus_message_ref(sd_bus_message* message) override
+    {
+        handedOut.push_back(message);
+        return SdBusImpl::sd_bus_message_ref(message);
+    }
+
+    Messages handedOut;
+
+  private:
+    void note(int result, sd_bus_message* message)
+    {
+        if (result >= 0)
+        {
+            handedOut.push_back(message);
+        }
+    }
+};
+
+class Release : public platform::PrivateService
+{
+  protected:
+    Release()
+    {
+        released.clear();
+    }
+
+    sdbusplus::bus_t connect()
+    {
+        sd_bus* connection = nullptr;
+        EXPECT_GE(sd_bus_default(&connection), 0);
+        sdbusplus::bus_t bus(connection, &recorder);
+        sd_bus_unref(connection);
+        return bus;
+    }
+
+    /** A failure leaves by its exception. */
+    void callAndRead(const char* destination, const char* path,
+                     const char* interface, const char* member)
+    {
+        auto bus = connect();
+        auto call = bus.new_method_call(destination, path, interface, member);
+        auto reply = bus.call(call);
+        std::variant<std::string> value;
+        reply.read(value);
+    }
+
+    void expectEachReleasedOnce(std::size_t count)
+    {
+        EXPECT_EQ(recorder.handedOut.size(), count);
+        std::ranges::sort(recorder.handedOut);
+        std::ranges::sort(released);
+        EXPECT_EQ(released, recorder.handedOut);
+    }
+
+    Recorder recorder;
+};
+
+TEST_F(Release, CallAndReplyAreReleasedOnce)
+{
+    callAndRead("a.b.Service", "/a/b", "a.b.I", "Do");
+
+    expectEachReleasedOnce(2);
+}
+
+TEST_F(Release, CallIsReleasedOnceWhenItFails)
+{
+    EXPECT_THROW(callAndRead("a.b.Absent", "/a/b", "a.b.I", "Do"),
+                 sdbusplus::exception::SdBusError);
+
+    expectEachReleasedOnce(1);
+}
+
+TEST_F(Release, CallAndReplyAreReleasedOnceWhenTheReadFails)
+{
+    // Its reply is a string, not a variant.
+    EXPECT_THROW(callAndRead("org.freedesktop.DBus", "/org/freedesktop/DBus",
+                             "org.freedesktop.DBus", "GetId"),
+                 sdbusplus::exception::SdBusError);
+
+    expectEachReleasedOnce(2);
+}
+
+TEST_F(Release, ReplyThatNobodyTakesIsReleased)
+{
+    {
+        auto bus = connect();
+        auto call = bus.new_method_call("a.b.Service", "/a/b", "a.b.I", "Do");
+        bus.call(call);
+        EXPECT_EQ(released.size(), 1);
+    }
+
+    expectEachReleasedOnce(2);
+}
+
+TEST_F(Release, CopiesAndMovesReleaseTheirReferenceOnce)
+{
+    {
+        auto bus = connect();
+        auto first = bus.new_method_call("a.b.Service", "/a/b", "a.b.I", "Do");
+        auto second = bus.new_method_call("a.b.Service", "/a/b", "a.b.I", "Do");
+        sdbusplus::message_t copy(first);
+        sdbusplus::message_t moved(std::move(first));
+        second = copy;
+        second = std::move(moved);
+    }
+
+    expectEachReleasedOnce(4);
+}
+
+} // namespace

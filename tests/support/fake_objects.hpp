@@ -1,0 +1,69 @@
+#pragma once
+
+#include "fake_services.hpp"
+
+#include <systemd/sd-bus.h>
+
+#include <map>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace support
+{
+
+/** A value with its type, the text in the form of message_text.hpp. */
+struct PropertyValue
+{
+    std::string signature;
+    std::string text;
+};
+
+/** An object path and a property of it; a property is one whatever the
+ *  interface it is asked for through. */
+using PropertyKey = std::pair<std::string, std::string>;
+
+/**
+ * The objects of the fake services: what they hold, how they are told to
+ * answer, what reached them. Replies go out on the connection of the call; the
+ * caller sees to it that one thread at a time is here.
+ */
+class FakeObjects
+{
+  public:
+    void addRule(std::string path, std::string member, Answer answer);
+    void setProperty(PropertyKey key, PropertyValue value);
+    std::optional<PropertyValue> property(const PropertyKey& key) const;
+    std::vector<RecordedCall> takeCalls();
+
+    /** Records the call; the result is what the rules say to it. */
+    Answer receive(sd_bus_message* call);
+
+    /** Replies as an ordinary service does. */
+    void accept(sd_bus_message* call);
+
+    /** Replies to a Get with this value, to other calls as accept(). */
+    void give(sd_bus_message* call, const PropertyValue& value);
+
+  private:
+    struct Rule
+    {
+        std::string path;
+        std::string member;
+        Answer answer;
+    };
+
+    std::vector<Rule> rules;
+    std::map<PropertyKey, PropertyValue> properties;
+    std::vector<RecordedCall> calls;
+};
+
+/** Replies without a body. */
+void replyEmpty(sd_bus_message* call);
+
+/** Replies with an error. */
+void replyError(sd_bus_message* call, const std::string& name,
+                const std::string& text);
+
+} // namespace support

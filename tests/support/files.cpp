@@ -1,0 +1,144 @@
+#include "files.hpp"
+
+#include "checked.hpp"
+#include "descriptor.hpp"
+
+#include <fcntl.h>
+#include <sys/mount.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+#include <system_error>
+#include <utility>
+
+namespace support
+{
+
+namespace fs = std::filesystem;
+
+namespace
+{
+
+fs::path makeScratchDirectory()
+{
+    std::string pattern = fs::temp_directory_path() / "fenmarch.XXXXXX";
+    if (::mkdtemp(pattern.data()) == nullptr)
+    {
+        throwErrno(pattern);
+    }
+    return pattern;
+}
+
+} // namespace
+
+ScratchDirectory::ScratchDirectory() : path(makeScratchDirectory())
+{
+}
+
+ScratchDirectory::~ScratchDirectory()
+{
+    std::error_code ignored;
+    fs::remove_all(path, ignored);
+}
+
+Mount Mount::tmpfs(const fs::path& at, size_t sizeBytes)
+{
+    const std::string options = "size=" + std::to_string(sizeBytes);
+    checked(::mount("tmpfs", at.c_str(), "tmpfs", 0, options.c_str()),
+            "tmpfs on " + at.string());
+    return Mount(at);
+}
+
+Mount Mount::onItself(const fs::path& at)
+{
+    checked(::mount(at.c_str(), at.c_str(), nullptr, MS_BIND, nullptr),
+            "bind of " + at.string());
+    return Mount(at);
+}
+
+Mount::Mount(fs::path point) : at(std::move(point))
+{
+}
+
+Mount::~Mount()
+{
+    if (!at.empty())
+    {
+        ::umount2(at.c_str(), MNT_DETACH);
+    }
+}
+
+Mount::Mount(Mount&& other) noexcept : at(std::exchange(other.at, fs::path()))
+{
+}
+
+void Mount::makeReadOnly() const
+{
+    checked(::mount(nullptr, at.c_str(), nullptr,
+                    MS_REMOUNT | MS_BIND | MS_RDONLY, nullptr),
+            "read-only " + at.string());
+}
+
+std::string readFile(const fs::path& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    if (!file)
+    {
+        throw std::runtime_error("cannot read " + path.string());
+    }
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+void writeFile(const fs::path& path, const std::string& content)
+{
+    fs::create_directories(path.parent_path());
+    std::ofstream file(path, std::ios::binary | std::ios::trunc);
+    file << content << std::flush;
+    if (!file)
+    {
+        throw std::runtime_error("cannot write " + path.string());
+    }
+}
+
+std::vector<std::string> namesIn(const fs::path& directory)
+{
+    std::vector<std::string> names;
+    for (const auto& entry : fs::directory_iterator(directory))
+    {
+        names.push_back(entry.path().filename());
+    }
+    std::ranges::sort(names);
+    return names;
+}
+
+struct stat statusOf(const fs::path& path)
+{
+    struct stat status = {};
+    checked(::lstat(path.c_str(), &status), path);
+    return status;
+}
+
+bool untouched(const struct stat& before, const struct stat& after)
+{
+    return before.st_ino == after.st_ino && before.st_dev == after.st_dev &&
+           before.st_mtim.tv_sec == after.st_mtim.tv_sec &&
+           before.st_mtim.tv_nsec == after.st_mtim.tv_nsec;
+}
+
+fs::path fillUp(const fs::path& directory)
+{
+    const fs::path filler = directory / "filler";
+    const Descriptor file(checked(
+        ::open(filler.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600), filler));
+    constexpr std::array<char, 512> block{};
+    while (::write(file.get(), block.data(), block.size()) > 0)
+    {
+    }
+    return filler;
+}
+
+} // namespace support

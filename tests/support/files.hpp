@@ -1,0 +1,65 @@
+#pragma once
+
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace support
+{
+
+/** An empty directory of the test's own, removed with all that is in it. */
+class ScratchDirectory
+{
+  public:
+    ScratchDirectory();
+    ~ScratchDirectory();
+
+    ScratchDirectory(const ScratchDirectory&) = delete;
+    ScratchDirectory& operator=(const ScratchDirectory&) = delete;
+
+    const std::filesystem::path path;
+};
+
+/** A file system mounted on a directory, unmounted at the end. */
+class Mount
+{
+  public:
+    /** A tmpfs of this size. */
+    static Mount tmpfs(const std::filesystem::path& at, size_t sizeBytes);
+    /** The file or directory mounted on itself. */
+    static Mount onItself(const std::filesystem::path& at);
+
+    ~Mount();
+    Mount(Mount&& other) noexcept;
+    Mount& operator=(Mount&&) = delete;
+
+    void makeReadOnly() const;
+
+  private:
+    explicit Mount(std::filesystem::path at);
+
+    std::filesystem::path at;
+};
+
+/** The whole content. @throws std::runtime_error when it cannot be read */
+std::string readFile(const std::filesystem::path& path);
+
+/** Replaces the content in place; missing directories are created. */
+void writeFile(const std::filesystem::path& path, const std::string& content);
+
+/** The names in a directory, sorted. */
+std::vector<std::string> namesIn(const std::filesystem::path& directory);
+
+/** Inode, mode, owner and times, links not followed. */
+struct stat statusOf(const std::filesystem::path& path);
+
+/** Whether it is the same file, not written since. */
+bool untouched(const struct stat& before, const struct stat& after);
+
+/** Fills the file system that holds this directory up; the result is the file
+ *  to remove for room again. */
+std::filesystem::path fillUp(const std::filesystem::path& directory);
+
+} // namespace support

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <array>
+#include <string_view>
+
+namespace support
+{
+
+/** Where the library and its tests write, and nowhere else. */
+inline constexpr std::array<std::string_view, 6> fixedPaths{
+    "/etc/bios-release",           "/etc/default/firmware",
+    "/usr/share/firmware",         "/run/lock/firmware",
+    "/run/systemd/journal/socket", "/run/dbus/system_bus_socket",
+};
+
+} // namespace support

@@ -1,0 +1,73 @@
+#include "library_test.hpp"
+
+#include "fixed_paths.hpp"
+
+namespace support
+{
+
+namespace
+{
+
+/** One for the process: a daemon for each test would only cost time. */
+PrivateBus& sharedBus()
+{
+    static PrivateBus bus;
+    return bus;
+}
+
+JournalRecord record(const char* priority, const std::string& message,
+                     const std::string& asWritten, const JournalRecord& fields)
+{
+    JournalRecord result = fields;
+    result["PRIORITY"] = priority;
+    result["MESSAGE"] = message;
+    result["LOG2_FMTMSG"] = asWritten;
+    return result;
+}
+
+} // namespace
+
+LibraryTest::LibraryTest()
+{
+    sharedBus();
+    for (const auto* const made :
+         {"/etc/default/firmware", "/usr/share/firmware", "/run/lock/firmware",
+          "/etc/bios-release"})
+    {
+        std::filesystem::remove_all(made);
+    }
+}
+
+std::vector<JournalRecord> LibraryTest::logged()
+{
+    auto records = journal.take();
+    for (auto& fields : records)
+    {
+        std::erase_if(fields, [](const auto& field) {
+            return field.first.starts_with("CODE_") ||
+                   field.first.starts_with("SYSLOG_");
+        });
+    }
+    return records;
+}
+
+PrivateBus& LibraryTest::systemBus()
+{
+    return sharedBus();
+}
+
+JournalRecord errorRecord(const std::string& message,
+                          const std::string& asWritten,
+                          const JournalRecord& fields)
+{
+    return record("3", message, asWritten, fields);
+}
+
+JournalRecord infoRecord(const std::string& message,
+                         const std::string& asWritten,
+                         const JournalRecord& fields)
+{
+    return record("6", message, asWritten, fields);
+}
+
+} // namespace support

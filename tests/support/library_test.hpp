@@ -1,0 +1,60 @@
+#pragma once
+
+#include "fake_services.hpp"
+#include "files.hpp"
+#include "journal_socket.hpp"
+#include "private_bus.hpp"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace support
+{
+
+/**
+ * What a test of the library starts from: none of its files, its own system
+ * bus without services, and a journal.
+ */
+class LibraryTest : public testing::Test
+{
+  public:
+    static constexpr auto configFile = "/etc/default/firmware/config.json";
+    static constexpr auto stateFile = "/usr/share/firmware/version.json";
+    static constexpr auto stateLock = "/run/lock/firmware/version.lock";
+
+    LibraryTest();
+
+    /**
+     * What was logged since the last call, each record without the fields that
+     * depend on the source and the process: what is left is MESSAGE,
+     * LOG2_FMTMSG, PRIORITY and the fields of the message.
+     */
+    std::vector<JournalRecord> logged();
+
+    PrivateBus& systemBus();
+
+  private:
+    JournalSocket journal;
+};
+
+/** The record of an error: its text, the text as written, and its fields. */
+JournalRecord errorRecord(const std::string& message,
+                          const std::string& asWritten,
+                          const JournalRecord& fields);
+
+/** Likewise at informational level. */
+JournalRecord infoRecord(const std::string& message,
+                         const std::string& asWritten,
+                         const JournalRecord& fields);
+
+/** As LibraryTest, with the services of the BMC. */
+class BusTest : public LibraryTest
+{
+  public:
+    FakeServices services;
+};
+
+} // namespace support

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <filesystem>
+
+namespace support
+{
+
+/** Each throws std::system_error naming the target when the kernel refuses. */
+
+/** A fresh tmpfs of this mode (octal text) over an existing directory. */
+void mountTmpfs(const std::filesystem::path& target, const char* mode);
+
+/** Shows the source, a directory with its mounts or a file, at the target too;
+ *  the target exists and is of the same kind. */
+void bindMount(const std::filesystem::path& source,
+               const std::filesystem::path& target);
+
+/** No mount of this namespace is seen elsewhere from now on. */
+void makeMountsPrivate();
+
+/**
+ * An overlay of / whose changes go to the directories upper and work.
+ * @return false, with nothing mounted, where the kernel has none to give
+ */
+bool mountRootOverlay(const std::filesystem::path& target,
+                      const std::filesystem::path& upper,
+                      const std::filesystem::path& work);
+
+} // namespace support

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <string>
+
+namespace support
+{
+
+/**
+ * A dbus-daemon of our own as the system bus: started by the constructor,
+ * which returns once it accepts connections, and ended by the destructor.
+ *
+ * It listens where the system bus listens, so enterSandbox() comes first. The
+ * environment is set so that sd_bus_default() of this process and of its
+ * children takes this bus.
+ */
+class PrivateBus
+{
+  public:
+    /** @throws std::runtime_error when the daemon does not come up */
+    PrivateBus();
+    ~PrivateBus();
+
+    PrivateBus(const PrivateBus&) = delete;
+    PrivateBus& operator=(const PrivateBus&) = delete;
+
+    /** Ends the daemon: every connection breaks. Returns once it is gone. */
+    void stop();
+
+    /** Starts a stopped daemon again, at the same address. */
+    void start();
+
+    /** The D-Bus address, for connections other than the default one. */
+    static std::string address();
+
+  private:
+    pid_t daemon = -1;
+};
+
+} // namespace support
