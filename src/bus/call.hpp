@@ -1,0 +1,98 @@
+/**
+ * The three ways in which the library talks to the system bus. Each makes one
+ * blocking call and keeps nothing.
+ *
+ * Each has two phases. What fails while the message is prepared leaves as
+ * sdbusplus::exception::SdBusError. What fails in the exchange (sending,
+ * waiting, reading the reply) is handed to `report`, once, and gives the
+ * result -1 instead of 0.
+ */
+#pragma once
+
+#include "../paths_and_names.hpp"
+
+#include <sdbusplus/bus.hpp>
+#include <sdbusplus/exception.hpp>
+#include <sdbusplus/message.hpp>
+
+#include <string>
+#include <variant>
+
+namespace phosphor::software::updater
+{
+
+/** An interface of an object at a service. */
+struct DbusInterface
+{
+    std::string service;
+    std::string path;
+    const char* interface;
+};
+
+/** Runs an exchange and reports its failure; nothing else is caught. */
+template <typename Exchange, typename Report>
+int reportFailure(Exchange exchange, Report report)
+{
+    try
+    {
+        exchange();
+        return 0;
+    }
+    catch (const sdbusplus::exception::exception& error)
+    {
+        report(error);
+        return -1;
+    }
+}
+
+/** Calls a method without arguments; its reply is discarded. */
+template <typename Report>
+int callDbusMethod(sdbusplus::bus_t& bus, const DbusInterface& target,
+                   const char* method, Report report)
+{
+    auto call = bus.new_method_call(target.service.c_str(), target.path.c_str(),
+                                    target.interface, method);
+    return reportFailure([&] { bus.call(call); }, report);
+}
+
+/** A prepared call of org.freedesktop.DBus.Properties. */
+inline sdbusplus::message_t newPropertyCall(sdbusplus::bus_t& bus,
+                                            const DbusInterface& target,
+                                            const char* method,
+                                            const char* property)
+{
+    auto call = bus.new_method_call(target.service.c_str(), target.path.c_str(),
+                                    interfaces::properties, method);
+    call.append(target.interface, property);
+    return call;
+}
+
+/** Sets a property to a value of the D-Bus type that Value stands for. */
+template <typename Value, typename Report>
+int setDbusProperty(sdbusplus::bus_t& bus, const DbusInterface& target,
+                    const char* property, const Value& value, Report report)
+{
+    auto call = newPropertyCall(bus, target, "Set", property);
+    call.append(std::variant<Value>(value));
+    return reportFailure([&] { bus.call(call); }, report);
+}
+
+/**
+ * Gets a property that is a string; one of another type reads as "". The
+ * value is only written when all went well.
+ */
+template <typename Report>
+int getDbusProperty(sdbusplus::bus_t& bus, const DbusInterface& target,
+                    const char* property, std::string& value, Report report)
+{
+    auto call = newPropertyCall(bus, target, "Get", property);
+    return reportFailure(
+        [&] {
+            std::variant<std::string> read;
+            bus.call(call).read(read);
+            value = std::get<std::string>(std::move(read));
+        },
+        report);
+}
+
+} // namespace phosphor::software::updater

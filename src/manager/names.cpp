@@ -1,0 +1,105 @@
+#include <libfenmarch.hpp>
+#include <phosphor-logging/lg2.hpp>
+
+#include <exception>
+
+namespace phosphor::software::updater
+{
+
+namespace
+{
+
+using sdbusplus::common::xyz::openbmc_project::software::Activation;
+using sdbusplus::common::xyz::openbmc_project::software::Version;
+
+constexpr auto purposePrefix =
+    "xyz.openbmc_project.Software.Version.VersionPurpose.";
+constexpr auto activationPrefix =
+    "xyz.openbmc_project.Software.Activation.Activations.";
+
+} // namespace
+
+std::string getNameFromEnumString(std::string text)
+{
+    const auto dot = text.rfind('.');
+    return dot == std::string::npos ? "" : text.substr(dot + 1);
+}
+
+// In the next two the handler converts once more on purpose: a value that is
+// no enumerator fails there too, and its exception reaches the caller.
+
+std::string getNameFromVersionPurpose(VersionPurpose value)
+{
+    try
+    {
+        return getNameFromEnumString(
+            Version::convertVersionPurposeToString(value));
+    }
+    catch (const std::exception&)
+    {
+        lg2::error("Failed get name from version purpose {PURPOSE}!", "PURPOSE",
+                   Version::convertVersionPurposeToString(value));
+        return "";
+    }
+}
+
+std::string getNameFromActivations(Activations value)
+{
+    try
+    {
+        return getNameFromEnumString(
+            Activation::convertActivationsToString(value));
+    }
+    catch (const std::exception&)
+    {
+        lg2::error("Failed get name from activation {ACTIVATION}!",
+                   "ACTIVATION", Activation::convertActivationsToString(value));
+        return "";
+    }
+}
+
+VersionPurpose getVersionPurposeFromName(std::string name)
+{
+    try
+    {
+        return Version::convertVersionPurposeFromString(purposePrefix + name);
+    }
+    catch (const std::exception&)
+    {
+        lg2::error("Failed get version purpose from name {NAME}!", "NAME",
+                   name);
+        return VersionPurpose{};
+    }
+}
+
+Activations getActivationsFromName(std::string name)
+{
+    try
+    {
+        return Activation::convertActivationsFromString(activationPrefix +
+                                                        name);
+    }
+    catch (const std::exception&)
+    {
+        lg2::error("Failed get activation from name {NAME}!", "NAME", name);
+        return Activations{};
+    }
+}
+
+std::vector<std::string> processDotString(std::string text)
+{
+    std::vector<std::string> elements;
+    std::string::size_type start = 0;
+    auto comma = text.find(',');
+    while (comma != std::string::npos)
+    {
+        // Through a C string, so that a NUL ends the element.
+        elements.emplace_back(text.substr(start, comma - start).c_str());
+        start = comma + 1;
+        comma = text.find(',', start);
+    }
+    elements.emplace_back(text.substr(start).c_str());
+    return elements;
+}
+
+} // namespace phosphor::software::updater

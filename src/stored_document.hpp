@@ -1,0 +1,75 @@
+#pragma once
+
+#include <libostrel.h>
+
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace phosphor::software::updater
+{
+
+/** A document of the JSON store, from its load to its release. */
+class StoredDocument
+{
+  public:
+    /** Loads the document; whether that worked is told by isOpen(). */
+    explicit StoredDocument(const char* file, const char* lock = nullptr) :
+        handle(json_config_load(file, lock, 0))
+    {
+    }
+
+    [[nodiscard]] bool isOpen() const
+    {
+        return handle != nullptr;
+    }
+
+    /** The string of an item, as much of it as the system reads. */
+    [[nodiscard]] std::optional<std::string> get(const std::string& section,
+                                                 const char* key) const
+    {
+        char buffer[readSizeBytes] = "";
+        if (json_config_get_string(handle.get(), section.c_str(), key, buffer,
+                                   sizeof(buffer)) != 0)
+        {
+            return std::nullopt;
+        }
+        return buffer;
+    }
+
+    /** @return 0 or nonzero, as the store's function */
+    int set(const std::string& section, const std::string& key,
+            const std::string& value)
+    {
+        return json_config_set_string(handle.get(), section.c_str(),
+                                      key.c_str(), value.c_str());
+    }
+
+    /** @return 0 or nonzero, as the store's function */
+    int remove(const std::string& section, const std::string& key)
+    {
+        return json_config_delete_item(handle.get(), section.c_str(),
+                                       key.c_str());
+    }
+
+    /** Releases now, for the sake of the status. */
+    int release()
+    {
+        return json_config_release(handle.release());
+    }
+
+  private:
+    static constexpr size_t readSizeBytes = 256;
+
+    struct Release
+    {
+        void operator()(json_config_t* opened) const
+        {
+            json_config_release(opened);
+        }
+    };
+
+    std::unique_ptr<json_config_t, Release> handle;
+};
+
+} // namespace phosphor::software::updater

@@ -1,0 +1,147 @@
+#include "support/library_test.hpp"
+
+#include <libfenmarch.hpp>
+#include <sdbusplus/exception.hpp>
+
+#include <cstdlib>
+
+namespace
+{
+
+using namespace phosphor::software::updater;
+using support::Answer;
+using support::errorRecord;
+using support::RecordedCall;
+
+constexpr auto button = "/xyz/openbmc_project/chassis/buttons/power";
+
+RecordedCall maskCall(const std::string& masked)
+{
+    return {.destination = "xyz.openbmc_project.State.Host",
+            .path = "/xyz/openbmc_project/chassis/buttons/power",
+            .interface = "org.freedesktop.DBus.Properties",
+            .member = "Set",
+            .signature = "ssv",
+            .arguments = "\"xyz.openbmc_project.Chassis.Buttons\" "
+                         "\"ButtonMasked\" b " +
+                         masked,
+            .replyExpected = true,
+            .autoStart = true};
+}
+
+class PowerLock : public support::BusTest
+{
+  public:
+    FwManager manager{"BMC"};
+};
+
+TEST_F(PowerLock, DisablingMasksTheButton)
+{
+    EXPECT_EQ(manager.disablePowerOp(), 0);
+    EXPECT_EQ(services.takeCalls(), std::vector{maskCall("true")});
+    EXPECT_EQ(services.property(button, "ButtonMasked"), "b true");
+    EXPECT_TRUE(logged().empty());
+}
+
+TEST_F(PowerLock, EnablingUnmasksTheButton)
+{
+    EXPECT_EQ(manager.enablePowerOp(), 0);
+    EXPECT_EQ(services.takeCalls(), std::vector{maskCall("false")});
+    EXPECT_EQ(services.property(button, "ButtonMasked"), "b false");
+    EXPECT_TRUE(logged().empty());
+}
+
+TEST_F(PowerLock, OneEnableUndoesTwoDisables)
+{
+    EXPECT_EQ(manager.disablePowerOp(), 0);
+    EXPECT_EQ(manager.disablePowerOp(), 0);
+    EXPECT_EQ(manager.enablePowerOp(), 0);
+    EXPECT_EQ(
+        services.takeCalls(),
+        (std::vector{maskCall("true"), maskCall("true"), maskCall("false")}));
+    EXPECT_EQ(services.property(button, "ButtonMasked"), "b false");
+}
+
+TEST_F(PowerLock, ButtonStaysMaskedWhenTheManagerIsGone)
+{
+    {
+        FwManager other("Host");
+        ASSERT_EQ(other.disablePowerOp(), 0);
+    }
+    EXPECT_EQ(services.property(button, "ButtonMasked"), "b true");
+}
+
+TEST_F(PowerLock, RejectedPropertyIsLogged)
+{
+    services.answer(
+        button, "ButtonMasked",
+        Answer::error("org.freedesktop.DBus.Error.AccessDenied", "not now"));
+    const std::string error =
+        "sd_bus_call: org.freedesktop.DBus.Error.AccessDenied: not now";
+
+    EXPECT_EQ(manager.disablePowerOp(), -1);
+    EXPECT_EQ(manager.enablePowerOp(), -1);
+    EXPECT_EQ(
+        logged(),
+        (std::vector{errorRecord("Disable power operation failed: " + error,
+                                 "Disable power operation failed: {ERROR}",
+                                 {{"ERROR", error}}),
+                     errorRecord("Enable power operation failed: " + error,
+                                 "Enable power operation failed: {ERROR}",
+                                 {{"ERROR", error}})}));
+}
+
+TEST_F(PowerLock, ReplyIsNotLookedAt)
+{
+    services.answer(button, "ButtonMasked", Answer::value("i", "7"));
+    EXPECT_EQ(manager.disablePowerOp(), 0);
+    EXPECT_TRUE(logged().empty());
+}
+
+using PowerLockWithoutServices = support::LibraryTest;
+
+TEST_F(PowerLockWithoutServices, AbsentServiceIsLogged)
+{
+    FwManager manager("BMC");
+    EXPECT_EQ(manager.disablePowerOp(), -1);
+    EXPECT_EQ(manager.enablePowerOp(), -1);
+    const auto records = logged();
+    ASSERT_EQ(records.size(), 2U);
+    for (const auto& record : records)
+    {
+        EXPECT_TRUE(record.at("ERROR").starts_with(
+            "sd_bus_call: org.freedesktop.DBus.Error.ServiceUnknown: "))
+            << record.at("ERROR");
+    }
+    EXPECT_EQ(records[0].at("MESSAGE"),
+              "Disable power operation failed: " + records[0].at("ERROR"));
+    EXPECT_EQ(records[1].at("MESSAGE"),
+              "Enable power operation failed: " + records[1].at("ERROR"));
+    EXPECT_EQ(records[0].at("PRIORITY"), "3");
+}
+
+TEST_F(PowerLockWithoutServices, UnreachableBusLeavesAsAnException)
+{
+    const std::string reachable = ::getenv("DBUS_SYSTEM_BUS_ADDRESS");
+    ::setenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/run/absent", 1);
+    const auto expectThrow = [](int (FwManager::*operation)()) {
+        try
+        {
+            FwManager manager("BMC");
+            (manager.*operation)();
+            ADD_FAILURE() << "nothing was thrown";
+        }
+        catch (const sdbusplus::exception::SdBusError& error)
+        {
+            EXPECT_TRUE(std::string(error.what())
+                            .starts_with("sd_bus_message_new_method_call: "))
+                << error.what();
+        }
+    };
+    expectThrow(&FwManager::disablePowerOp);
+    expectThrow(&FwManager::enablePowerOp);
+    ::setenv("DBUS_SYSTEM_BUS_ADDRESS", reachable.c_str(), 1);
+    EXPECT_TRUE(logged().empty());
+}
+
+} // namespace
