@@ -79,22 +79,17 @@ std::string addressedMember(sd_bus_message* call)
                : textOrEmpty(sd_bus_message_get_member(call));
 }
 
-void replyVariant(sd_bus_message* call, const PropertyValue& value)
+} // namespace
+
+void replyBody(sd_bus_message* call, const std::string& signature,
+               const std::string& text)
 {
     sd_bus_message* message = nullptr;
     checkedSystemd(sd_bus_message_new_method_return(call, &message),
                    "sd_bus_message_new_method_return");
     const MessagePointer reply(message);
-    appendText(message, "v", value.signature + ' ' + value.text);
+    appendText(message, signature, text);
     checkedSystemd(sd_bus_message_send(message), "sd_bus_message_send");
-}
-
-} // namespace
-
-void replyEmpty(sd_bus_message* call)
-{
-    checkedSystemd(sd_bus_reply_method_return(call, nullptr),
-                   "sd_bus_reply_method_return");
 }
 
 void replyError(sd_bus_message* call, const std::string& name,
@@ -146,7 +141,7 @@ void FakeObjects::accept(sd_bus_message* call)
         const PropertyKey key = readKey(call);
         if (const auto value = property(key))
         {
-            return replyVariant(call, *value);
+            return replyBody(call, "v", value->signature + ' ' + value->text);
         }
         return replyError(call, SD_BUS_ERROR_UNKNOWN_PROPERTY,
                           "Unknown property " + key.second);
@@ -156,14 +151,14 @@ void FakeObjects::accept(sd_bus_message* call)
         const PropertyKey key = readKey(call);
         setProperty(key, readValue(call));
     }
-    replyEmpty(call);
+    replyBody(call, "", "");
 }
 
 void FakeObjects::give(sd_bus_message* call, const PropertyValue& value)
 {
     if (isGet(call))
     {
-        return replyVariant(call, value);
+        return replyBody(call, "v", value.signature + ' ' + value.text);
     }
     accept(call);
 }

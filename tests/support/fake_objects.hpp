@@ -59,8 +59,9 @@ class FakeObjects
     std::vector<RecordedCall> calls;
 };
 
-/** Replies without a body. */
-void replyEmpty(sd_bus_message* call);
+/** Replies with a body, its text in the form of message_text.hpp. */
+void replyBody(sd_bus_message* call, const std::string& signature,
+               const std::string& text);
 
 /** Replies with an error. */
 void replyError(sd_bus_message* call, const std::string& name,

@@ -75,11 +75,11 @@ class FakeServices::Service
     static int handleMessage(sd_bus_message* message, void* service,
                              sd_bus_error* error) noexcept;
     void handleCall(sd_bus_message* call);
-    void requireReadable(const PropertyValue& value);
+    MessagePointer draft(const std::string& signature, const std::string& text);
+    PropertyValue printed(const PropertyValue& value);
 
     void serve();
     void process();
-    void closeConnection();
     void acceptWhatIsDue();
     int waitMilliseconds() const;
 
@@ -122,7 +122,11 @@ void FakeServices::Service::answer(const std::string& path,
     const std::lock_guard lock(mutex);
     if (answer.kind == Answer::Kind::value)
     {
-        requireReadable({answer.first, answer.second});
+        draft("v", answer.first + ' ' + answer.second);
+    }
+    if (answer.kind == Answer::Kind::body)
+    {
+        draft(answer.first, answer.second);
     }
     objects.addRule(path, member, std::move(answer));
 }
@@ -137,8 +141,7 @@ void FakeServices::Service::setProperty(const PropertyKey& key,
                                         const PropertyValue& value)
 {
     const std::lock_guard lock(mutex);
-    requireReadable(value);
-    objects.setProperty(key, value);
+    objects.setProperty(key, printed(value));
 }
 
 std::optional<PropertyValue>
@@ -148,15 +151,26 @@ FakeServices::Service::property(const PropertyKey& key)
     return objects.property(key);
 }
 
-/** Puts the value into a message that is never sent. */
-void FakeServices::Service::requireReadable(const PropertyValue& value)
+/** A message with this body that is never sent. */
+MessagePointer FakeServices::Service::draft(const std::string& signature,
+                                            const std::string& text)
 {
     sd_bus_message* message = nullptr;
     checkedSystemd(
         sd_bus_message_new(bus.get(), &message, SD_BUS_MESSAGE_METHOD_CALL),
         "sd_bus_message_new");
-    const MessagePointer draft(message);
-    appendText(message, "v", value.signature + ' ' + value.text);
+    MessagePointer draft(message);
+    appendText(message, signature, text);
+    checkedSystemd(sd_bus_message_seal(message, 1, 0), "sd_bus_message_seal");
+    return draft;
+}
+
+PropertyValue FakeServices::Service::printed(const PropertyValue& value)
+{
+    const MessagePointer message =
+        draft("v", value.signature + ' ' + value.text);
+    return {value.signature,
+            bodyText(message.get()).substr(value.signature.size() + 1)};
 }
 
 int FakeServices::Service::handleMessage(sd_bus_message* message, void* service,
@@ -186,8 +200,8 @@ void FakeServices::Service::handleCall(sd_bus_message* call)
             return replyError(call, answer.first, answer.second);
         case Answer::Kind::value:
             return objects.give(call, {answer.first, answer.second});
-        case Answer::Kind::emptyReply:
-            return replyEmpty(call);
+        case Answer::Kind::body:
+            return replyBody(call, answer.first, answer.second);
         case Answer::Kind::late:
             postponed.emplace(Clock::now() + answer.delay,
                               sd_bus_message_ref(call));
@@ -225,25 +239,15 @@ void FakeServices::Service::serve()
 
 void FakeServices::Service::process()
 {
-    int progress = 1;
-    while (connected && progress > 0)
+    while (connected)
     {
-        progress = sd_bus_process(bus.get(), nullptr);
+        const int progress = sd_bus_process(bus.get(), nullptr);
+        if (progress == 0)
+        {
+            return;
+        }
+        connected = connected && progress > 0;
     }
-    if (progress < 0)
-    {
-        connected = false;
-    }
-    if (!connected)
-    {
-        closeConnection();
-    }
-}
-
-void FakeServices::Service::closeConnection()
-{
-    // The replies to earlier calls still leave.
-    sd_bus_flush(bus.get());
     sd_bus_close(bus.get());
     postponed.clear();
 }
@@ -290,9 +294,14 @@ Answer Answer::value(std::string signature, std::string text)
     return {Kind::value, std::move(value.signature), std::move(value.text), {}};
 }
 
+Answer Answer::body(std::string signature, std::string text)
+{
+    return {Kind::body, std::move(signature), std::move(text), {}};
+}
+
 Answer Answer::emptyReply()
 {
-    return {Kind::emptyReply, {}, {}, {}};
+    return body("", "");
 }
 
 Answer Answer::late(std::chrono::milliseconds delay)

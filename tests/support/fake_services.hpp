@@ -42,6 +42,9 @@ struct Answer
      *  ("as", "2 a \"b c\""); but a string alone is taken as it is, without
      *  quotes: ("s", "some text"). */
     static Answer value(std::string signature, std::string text);
+    /** A reply with this body as it stands, to a Get too; the text in the
+     *  form of message_text.hpp. */
+    static Answer body(std::string signature, std::string text);
     /** A reply without any body. */
     static Answer emptyReply();
     /** As accept(), but only after this long. */
@@ -59,7 +62,7 @@ struct Answer
         accept,
         error,
         value,
-        emptyReply,
+        body,
         late,
         never,
         dropName,

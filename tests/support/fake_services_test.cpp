@@ -171,7 +171,10 @@ TEST_F(FakeServicesTest, ShowsWhatItsOwnSideSets)
 
     EXPECT_EQ(get("Version"), "s \"two \\\"words\\\"\"");
     EXPECT_EQ(get("Options"), "as 2 \"a\" \"b c\"");
+    EXPECT_EQ(services.property(object, "Options"), "as 2 \"a\" \"b c\"");
     EXPECT_THROW(services.setProperty(object, "Version", "i", "text"),
+                 std::invalid_argument);
+    EXPECT_THROW(services.setProperty(object, "Version", "ss", "a b"),
                  std::invalid_argument);
 }
 
@@ -267,6 +270,17 @@ TEST_F(FakeServicesTest, AnswersWithoutABody)
     EXPECT_EQ(set("s new"), "");
     EXPECT_EQ(get(), "");
     EXPECT_EQ(services.property(object, "Version"), std::nullopt);
+}
+
+TEST_F(FakeServicesTest, AnswersWithAnyBody)
+{
+    services.answer(object, "Version", Answer::body("si", "\"a b\" 7"));
+
+    EXPECT_EQ(get(), "\"a b\" 7");
+    EXPECT_EQ(set("s new"), "\"a b\" 7");
+    EXPECT_EQ(services.property(object, "Version"), std::nullopt);
+    EXPECT_THROW(services.answer(object, "Version", Answer::body("i", "x")),
+                 std::invalid_argument);
 }
 
 TEST_F(FakeServicesTest, AnswersLateWithoutHoldingOthersUp)

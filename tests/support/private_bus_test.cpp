@@ -41,6 +41,8 @@ std::error_code connectionError()
 
 TEST(PrivateBus, IsTheDefaultBusOfThisProcess)
 {
+    setenv("DBUS_STARTER_BUS_TYPE", "session", 1);
+    setenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent", 1);
     PrivateBus privateBus;
     sd_bus* connection = nullptr;
 

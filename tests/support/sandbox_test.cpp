@@ -347,22 +347,22 @@ TEST(Sandbox, KeepsChangesElsewhereFromTheHostOfRoot)
     {
         GTEST_SKIP() << "no overlay for this user on this kernel";
     }
-    std::string file = "/var/sandbox_test.XXXXXX";
-    const Descriptor created(mkstemp(file.data()));
-    ASSERT_TRUE(created);
+    std::string kept = "/var/sandbox_test.XXXXXX";
+    std::string hidden = "/tmp/sandbox_test.XXXXXX";
+    const Descriptor keptFile(mkstemp(kept.data()));
+    const Descriptor hiddenFile(mkstemp(hidden.data()));
+    ASSERT_TRUE(keptFile && hiddenFile);
 
     const std::string outcome = inChild([&]() -> std::string {
         enterSandbox();
-        fs::remove(file);
-        return fs::is_empty("/tmp") ||
-                       fs::path(SANDBOX_BUILD_DIR).native().starts_with("/tmp/")
-                   ? ""
-                   : "/tmp is not fresh";
+        return !fs::remove(kept)    ? "the file is not seen"
+               : fs::exists(hidden) ? "/tmp is not fresh"
+                                    : "";
     });
 
     EXPECT_EQ(outcome, "");
-    EXPECT_TRUE(fs::exists(file));
-    fs::remove(file);
+    EXPECT_TRUE(fs::remove(kept));
+    EXPECT_TRUE(fs::remove(hidden));
 }
 
 /** Inside a sandbox that is the host, with no further namespaces to get. */
