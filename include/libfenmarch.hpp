@@ -17,6 +17,8 @@
 #include <xyz/openbmc_project/Software/Version/common.hpp>
 
 #include <cstddef>
+#include <cstdint>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -75,13 +77,56 @@ Activations getActivationsFromName(std::string name);
 std::vector<std::string> processDotString(std::string text);
 
 /**
+ * Reads a release file: lines of a key, "=" and a value in double quotes. Of
+ * each line the text before the first "=" is the key; of the rest, the first
+ * and the last character are dropped as the quotes, whatever they are. A line
+ * without "=" is its own key, and itself less its first and last character is
+ * the value.
+ *
+ * @param entries  receives the lines; of equal keys the last one counts, and
+ *                 what the map held under other keys stays
+ * @return 0, or -1 when the file cannot be opened, which is told on standard
+ *         output as "Open file %s failed.", without a line end
+ * @throws std::out_of_range for a line that is empty or ends at its first
+ *         "="; the lines before it are in the map
+ */
+int bmcReleaseFileRead(const std::string& path,
+                       std::map<std::string, std::string>& entries);
+
+/**
+ * Writes a release file with these entries, in the order of the map and
+ * nothing else, in place: the file is truncated first. Waits until it is on
+ * the disk; a new file has the mode that the process gives by default. What
+ * fails after the opening, as on a full disk, is not reported and leaves the
+ * file short.
+ *
+ * @return 0, or -1 when the file cannot be opened, told as by
+ *         bmcReleaseFileRead()
+ */
+int bmcReleaseFileWrite(const std::string& path,
+                        const std::map<std::string, std::string>& entries);
+
+/**
+ * Sets one key of a release file, by reading and writing the whole file, which
+ * is created where it is missing. The lines end up sorted by key. A key that
+ * has this value already writes nothing. Nothing is locked.
+ *
+ * @return 0, also when the file could not be read or written
+ * @throws std::out_of_range as bmcReleaseFileRead(); the file stands then
+ */
+int bmcReleaseFileItemSet(const std::string& path, const std::string& key,
+                          const std::string& value);
+
+/**
  * One firmware: its name, its record in the configuration file, its records in
- * the state file, and its services on the system bus.
+ * the state file, the backup of its image, and its objects on the system bus.
  *
  * Files:
  *   /etc/default/firmware/config.json     read, without a lock
  *   /usr/share/firmware/version.json      read and replaced in one step, under
  *   /run/lock/firmware/version.lock       which is locked for each operation
+ *   <image_backup_path>/<name>/           the backup, without a lock
+ *   /etc/bios-release                     written in place, without a lock
  *
  * Every constructor takes a reference to the calling thread's default bus
  * connection (sd_bus_default(), the system bus for a system service). A bus
@@ -227,6 +272,207 @@ class FwManager
     std::string readUpdateState();
 
     /**
+     * Keeps the length of the version history of an activation state as the
+     * record "<activation>_count", after logging
+     * "{NAME}: Save {ACTIVE} version count to {COUNT}". It goes its own way:
+     * no entry is touched, and none of the operations on entries touches it.
+     *
+     * @param activation  as getNameFromActivations() gives it, or any text
+     * @return as saveVersionStringFromInfo()
+     */
+    int saveVersionCount(std::string activation, int count);
+
+    /**
+     * Keeps one entry of a version history as the record
+     * "<activation>_<sequence>", after logging
+     * "{NAME}: Save {ACTIVE} version_{SEQ} {VERSION}".
+     *
+     * @param sequence  counts from 0; any number will do
+     * @return as saveVersionStringFromInfo()
+     */
+    int saveVersion(std::string activation, int sequence, std::string version);
+
+    /**
+     * The length of a version history as it was saved, 0 when it was not.
+     *
+     * @throws std::invalid_argument, std::out_of_range from std::stoi for a
+     *         record that is no number or too large for an int; and as
+     *         getVersionStringFromInfo()
+     */
+    int getVersionCount(std::string activation);
+
+    /**
+     * One entry of a version history; "" when there is none.
+     * @throws as getVersionStringFromInfo()
+     */
+    std::string getVersion(std::string activation, int sequence);
+
+    /**
+     * Deletes one entry of a version history, after logging
+     * "{NAME}: Delete {ACTIVE} version_{SEQ}". The other entries keep their
+     * numbers and the length stays.
+     *
+     * The sequence 65535 stands for the whole history: after logging
+     * "{NAME}: Delete {ACTIVE} all version", the entries from 0 up to the
+     * length are deleted and then the length, each under a lock of its own (so
+     * the time it takes grows with the length). When the purpose is Host and
+     * the activation is "Staged", then the bus object
+     * /xyz/openbmc_project/software/bios_staged is deleted too, by a call of
+     * "Delete" of xyz.openbmc_project.Object.Delete at
+     * xyz.openbmc_project.Software.BMC.Updater. A call that fails is logged as
+     * "Delete bios_staged version failed: {ERROR}".
+     *
+     * @return 0, whatever became of the deletions
+     * @throws as getVersionCount() for the whole history, with nothing
+     *         deleted; sdbusplus::exception::SdBusError when there is no
+     *         connection to make the call on, with the records deleted
+     */
+    int deleteVersion(std::string activation, int sequence);
+
+    /**
+     * Whether the backup area may be used: when "image_backup_mount" has
+     * exactly two entries, whether both exist as paths, links followed;
+     * otherwise true. Asks the file system each time.
+     *
+     * @throws std::filesystem::filesystem_error when that cannot be told
+     */
+    bool getImageBackupMountStatus();
+
+    /**
+     * The root of the backup area, as configured; "" when none is configured
+     * or it may not be used. Whether it exists is not looked at.
+     * @throws as getImageBackupMountStatus()
+     */
+    std::string getBackupImagePath();
+
+    /**
+     * Moves the image src/firmware.tar into the slot
+     * <root>/<name>/verifying, with the version in the file "version" beside
+     * it. What the slot held is removed first. The image is on the disk there
+     * before the original is removed, and all of it when this returns; that
+     * is what takes the time.
+     *
+     * Failures are not reported and do not stop what follows: when the image
+     * cannot be copied, the original is removed all the same. So a caller who
+     * needs it looks at the slot, or keeps a copy. Only a missing src is
+     * logged, as "{NAME}: Backup firmware src path not exists {PATH}", and an
+     * area that may not be used, as
+     * "{NAME}: Backup firmware dest path not exists {PATH}"; nothing changes
+     * then.
+     *
+     * @param src      the directory that holds the image; it stays
+     * @param version  without blanks: it is read up to the first one
+     * @throws as getImageBackupMountStatus()
+     */
+    void backupImage(const std::string& src, const std::string& version);
+
+    /**
+     * Makes the image in the slot "verifying" the one in the slot "verified",
+     * in place of what was there, if its version is the one that runs; else
+     * changes nothing. With a slot to look at, logs
+     * "{NAME}: Verify backup firmware: {RUNNING} vs {VERIFYING}" first.
+     *
+     * Failures are not reported. Between the removal of the old and the rename
+     * of the new slot a power cut leaves the new one in "verifying".
+     *
+     * @throws as getImageBackupMountStatus()
+     */
+    void verifyBackupImage(const std::string& running);
+
+    /**
+     * The path of the slot "verified", whether or not there is one; "" when
+     * the area may not be used.
+     * @throws as getImageBackupMountStatus()
+     */
+    std::string getVerifiedBackupImagePath();
+
+    /**
+     * The versions of the images in both slots. A slot that is missing, or
+     * whose version cannot be read, leaves its argument as it was.
+     * @throws as getImageBackupMountStatus()
+     */
+    void getBackupImageVersion(std::string& verifying, std::string& verified);
+
+    /**
+     * Publishes the update options of the firmware and clears the requested
+     * one: sets "AvailableOptions" to the list, then "RequestedOption" to "",
+     * of the interface xyz.openbmc_project.Software.UpdateOption at
+     * /xyz/openbmc_project/software/update_option/<name> (BIOS for the name
+     * Host), at the service xyz.openbmc_project.Settings. Blocks for two bus
+     * calls. An option that is no valid UTF-8 is left out.
+     *
+     * @return 0, or -1 when a call failed, which is logged as
+     *         "Init {PURPOSE} available options failed: {ERROR}" (the request
+     *         stands then) or as
+     *         "Init {PURPOSE} requested option failed: {ERROR}"
+     * @throws sdbusplus::exception::SdBusError when the call cannot be made:
+     *         no connection, or a name that gives no object path; nothing is
+     *         logged then
+     */
+    int initUpdateOption(const std::vector<std::string>& available);
+
+    /**
+     * The requested update option. Blocks for one bus call.
+     *
+     * @return "" when none is requested, and when the call failed, which is
+     *         logged as "Read {PURPOSE} requested option failed: {ERROR}"
+     * @throws as initUpdateOption()
+     */
+    std::string readOption();
+
+    /**
+     * The next ten publish the state of an image on its software object,
+     * /xyz/openbmc_project/software/<object>, and read its version back: the
+     * first five at the service xyz.openbmc_project.Software.BMC.Updater, the
+     * others at xyz.openbmc_project.Firmware.Updater. Each blocks for one bus
+     * call.
+     *
+     * After setting the version, release date or name of the object
+     * "bios_active", the first five also set VERSION_ID, BUILD_DATE or NAME
+     * of the file /etc/bios-release, by bmcReleaseFileItemSet(); what fails
+     * there is ignored, but its std::out_of_range leaves the operation.
+     *
+     * Each returns 0, or -1 when the call failed, which is logged as the text
+     * beside it; nothing else has changed then. Each throws
+     * sdbusplus::exception::SdBusError when the call cannot be made: no
+     * connection, or an object that gives no object path; nothing is logged
+     * then.
+     */
+
+    /** Sets "Progress" (percent, not checked) of the interface
+     *  xyz.openbmc_project.Software.ActivationProgress; the third argument
+     *  means nothing. "Set {NAME} progress failed: {ERROR}" */
+    int setBmcUpdateProgress(const std::string& object, uint8_t progress,
+                             const std::string& ignored);
+    /** Sets "Version" of xyz.openbmc_project.Software.Version.
+     *  "Set {NAME} version failed: {ERROR}" */
+    int setBmcVersion(const std::string& object, const std::string& version);
+    /** Sets "ReleaseDate" of xyz.openbmc_project.Software.Version.
+     *  "Set {NAME} release date failed: {ERROR}" */
+    int setBmcReleaseDate(const std::string& object, const std::string& date);
+    /** Sets "Subname" of xyz.openbmc_project.Software.Version.
+     *  "Set {NAME} name failed: {ERROR}" */
+    int setBmcName(const std::string& object, const std::string& subname);
+    /** Reads "Version" of xyz.openbmc_project.Software.Version, one that is
+     *  no string as "". On failure the argument stays as it was.
+     *  "Get {NAME} version failed: {ERROR}" */
+    int getBmcVersion(const std::string& object, std::string& version);
+
+    /** As setBmcUpdateProgress(). */
+    int setFirmwareUpdateProgress(const std::string& object, uint8_t progress,
+                                  const std::string& ignored);
+    /** As setBmcVersion(). */
+    int setFirmwareVersion(const std::string& object,
+                           const std::string& version);
+    /** As setBmcReleaseDate(), but "Set {NAME} version failed: {ERROR}". */
+    int setFirmwareReleaseDate(const std::string& object,
+                               const std::string& date);
+    /** As setBmcName(), but "Set {NAME} subname failed: {ERROR}". */
+    int setFirmwareName(const std::string& object, const std::string& subname);
+    /** As getBmcVersion(). */
+    int getFirmwareVersion(const std::string& object, std::string& version);
+
+    /**
      * Masks the chassis power button: sets "ButtonMasked" of the interface
      * xyz.openbmc_project.Chassis.Buttons at
      * /xyz/openbmc_project/chassis/buttons/power to true, at the service
@@ -234,14 +480,16 @@ class FwManager
      * stays masked when the caller ends. Blocks for one bus call, up to the
      * time-out of sd-bus.
      *
-     * @return 0, or -1 when the call failed, which is logged
+     * "Disable power operation failed: {ERROR}" is logged when it fails.
+     *
+     * @return 0, or -1 when the call failed
      * @throws sdbusplus::exception::SdBusError when there is no connection to
      *         make the call on; nothing is logged then
      */
     int disablePowerOp();
 
     /** Unmasks the button, however often it was masked; otherwise as
-     *  disablePowerOp(). */
+     *  disablePowerOp(), with "Enable power operation failed: {ERROR}". */
     int enablePowerOp();
 
     /**

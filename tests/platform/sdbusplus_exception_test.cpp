@@ -37,7 +37,7 @@ TEST(SdBusError, OfAnErrorNumberTellsItsSystemError)
 
 TEST(SdBusError, OfABusErrorTellsItsNameAndText)
 {
-    sd_bus_error source = SD_BUS_ERROR_NULL;
+    sd_bus_error source{};
     sd_bus_error_set(&source, "a.b.Error.Busy", "Not now");
 
     const SdBusError error(&source, "sd_bus_call");

@@ -114,7 +114,7 @@ TEST_F(Subset, FailedReadLeavesTheValue)
 
 TEST(SubsetSdBusError, LeavesItsSourceEmpty)
 {
-    sd_bus_error source = SD_BUS_ERROR_NULL;
+    sd_bus_error source{};
     sd_bus_error_set(&source, "a.b.Error.Busy", "Not now");
 
     const sdbusplus::exception::SdBusError error(&source, "step");
@@ -124,7 +124,7 @@ TEST(SubsetSdBusError, LeavesItsSourceEmpty)
 
 TEST(SubsetSdBusError, WithoutATextTellsTheNameAlone)
 {
-    sd_bus_error source = SD_BUS_ERROR_MAKE_CONST("a.b.Error.Busy", nullptr);
+    sd_bus_error source{"a.b.Error.Busy", nullptr, 0};
 
     const sdbusplus::exception::SdBusError error(&source, "step");
 

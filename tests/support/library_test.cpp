@@ -1,6 +1,6 @@
 #include "library_test.hpp"
 
-#include "fixed_paths.hpp"
+#include <ostream>
 
 namespace support
 {
@@ -68,6 +68,14 @@ JournalRecord infoRecord(const std::string& message,
                          const JournalRecord& fields)
 {
     return record("6", message, asWritten, fields);
+}
+
+void PrintTo(const RecordedCall& call, std::ostream* out)
+{
+    *out << call.destination << ' ' << call.path << ' ' << call.interface << ' '
+         << call.member << ' ' << call.signature << ' ' << call.arguments
+         << (call.replyExpected ? "" : " (no reply)")
+         << (call.autoStart ? "" : " (no start)");
 }
 
 } // namespace support

@@ -7,7 +7,7 @@
 
 #include <gtest/gtest.h>
 
-#include <memory>
+#include <iosfwd>
 #include <string>
 #include <vector>
 
@@ -49,6 +49,9 @@ JournalRecord errorRecord(const std::string& message,
 JournalRecord infoRecord(const std::string& message,
                          const std::string& asWritten,
                          const JournalRecord& fields);
+
+/** Shows a call in a failed expectation. */
+void PrintTo(const RecordedCall& call, std::ostream* out);
 
 /** As LibraryTest, with the services of the BMC. */
 class BusTest : public LibraryTest

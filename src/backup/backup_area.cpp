@@ -1,0 +1,25 @@
+#include <libfenmarch.hpp>
+
+#include <filesystem>
+
+namespace phosphor::software::updater
+{
+
+bool FwManager::getImageBackupMountStatus()
+{
+    // Any other number of entries means that there is no condition.
+    constexpr size_t entriesOfACondition = 2;
+
+    const auto entries = getImageBackupMount();
+    return entries.size() != entriesOfACondition ||
+           (std::filesystem::exists(entries[0]) &&
+            std::filesystem::exists(entries[1]));
+}
+
+std::string FwManager::getBackupImagePath()
+{
+    loadConfigContent();
+    return getImageBackupMountStatus() ? imageBackupPath : "";
+}
+
+} // namespace phosphor::software::updater

@@ -1,0 +1,56 @@
+#include "call.hpp"
+
+#include <libfenmarch.hpp>
+#include <phosphor-logging/lg2.hpp>
+
+namespace phosphor::software::updater
+{
+
+namespace
+{
+
+constexpr auto requestedOption = "RequestedOption";
+
+/** The settings service knows the host's firmware as the BIOS. */
+DbusInterface updateOptionOf(const std::string& name)
+{
+    return {services::settings,
+            objects::updateOptionPrefix + (name == "Host" ? "BIOS" : name),
+            interfaces::updateOption};
+}
+
+} // namespace
+
+int FwManager::initUpdateOption(const std::vector<std::string>& available)
+{
+    const auto target = updateOptionOf(name);
+    const auto report = [&](const char* message) {
+        return [this, message](const auto& error) {
+            lg2::error(message, "PURPOSE", name, "ERROR", error);
+        };
+    };
+    const int published = setDbusProperty(
+        bus, target, "AvailableOptions", available,
+        report("Init {PURPOSE} available options failed: {ERROR}"));
+    if (published != 0)
+    {
+        return published;
+    }
+    return setDbusProperty(
+        bus, target, requestedOption, std::string(),
+        report("Init {PURPOSE} requested option failed: {ERROR}"));
+}
+
+std::string FwManager::readOption()
+{
+    std::string option;
+    getDbusProperty(bus, updateOptionOf(name), requestedOption, option,
+                    [&](const auto& error) {
+                        lg2::error(
+                            "Read {PURPOSE} requested option failed: {ERROR}",
+                            "PURPOSE", name, "ERROR", error);
+                    });
+    return option;
+}
+
+} // namespace phosphor::software::updater

@@ -1,0 +1,78 @@
+#include "../text_file.hpp"
+
+#include <libfenmarch.hpp>
+
+#include <cstdio>
+#include <sstream>
+
+namespace phosphor::software::updater
+{
+
+namespace
+{
+
+int reportUnopened(const std::string& path)
+{
+    // To standard output and without a line end, unlike everything else that
+    // the library reports.
+    std::printf("Open file %s failed.", path.c_str());
+    return -1;
+}
+
+/** What stands between the quotes of a line, which are not looked at. */
+std::string valueIn(const std::string& line, std::string::size_type equals)
+{
+    const auto start = equals == std::string::npos ? 1 : equals + 2;
+    std::string value = line.substr(start);
+    if (!value.empty())
+    {
+        value.pop_back();
+    }
+    return value;
+}
+
+} // namespace
+
+int bmcReleaseFileRead(const std::string& path,
+                       std::map<std::string, std::string>& entries)
+{
+    const auto text = readText(path);
+    if (!text)
+    {
+        return reportUnopened(path);
+    }
+    std::istringstream lines(*text);
+    for (std::string line; std::getline(lines, line);)
+    {
+        const auto equals = line.find('=');
+        entries[line.substr(0, equals)] = valueIn(line, equals);
+    }
+    return 0;
+}
+
+int bmcReleaseFileWrite(const std::string& path,
+                        const std::map<std::string, std::string>& entries)
+{
+    std::vector<std::string> lines;
+    for (const auto& [key, value] : entries)
+    {
+        lines.push_back(key + "=\"" + value + "\"\n");
+    }
+    return writeText(path, lines) ? 0 : reportUnopened(path);
+}
+
+int bmcReleaseFileItemSet(const std::string& path, const std::string& key,
+                          const std::string& value)
+{
+    std::map<std::string, std::string> entries;
+    bmcReleaseFileRead(path, entries);
+    const auto found = entries.find(key);
+    if (found == entries.end() || found->second != value)
+    {
+        entries[key] = value;
+        bmcReleaseFileWrite(path, entries);
+    }
+    return 0;
+}
+
+} // namespace phosphor::software::updater

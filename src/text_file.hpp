@@ -1,0 +1,27 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace phosphor::software::updater
+{
+
+/** The content of a file as far as it can be read; nothing when it cannot be
+ *  opened. */
+std::optional<std::string> readText(const std::string& path);
+
+/**
+ * Writes a file in place: opens it, creating or truncating it, writes the
+ * pieces one by one and waits until they are on the disk. What fails after the
+ * opening is not reported.
+ *
+ * @return whether it could be opened
+ */
+bool writeText(const std::string& path, const std::vector<std::string>& pieces);
+
+/** Waits until a file or a directory is on the disk, as far as that can be
+ *  had; a failure is not reported. */
+void synchronise(const std::string& path);
+
+} // namespace phosphor::software::updater

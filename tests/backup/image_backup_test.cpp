@@ -1,0 +1,402 @@
+#include "support/library_test.hpp"
+
+#include <libfenmarch.hpp>
+
+#include <sys/stat.h>
+
+#include <filesystem>
+
+namespace
+{
+
+using namespace phosphor::software::updater;
+namespace fs = std::filesystem;
+using support::errorRecord;
+using support::infoRecord;
+using Names = std::vector<std::string>;
+using Versions = std::pair<std::string, std::string>;
+
+class ImageBackup : public support::LibraryTest
+{
+  public:
+    ImageBackup()
+    {
+        configure(root);
+    }
+
+    void configure(const std::string& backupRoot)
+    {
+        support::writeFile(
+            configFile, R"({"BIOS":{"updateable":"yes","image_backup_path":")" +
+                            backupRoot + R"("}})");
+        logged();
+    }
+
+    /** A new image arrives in the source directory. */
+    void receive(const std::string& image) const
+    {
+        support::writeFile(source / "firmware.tar", image);
+    }
+
+    /** Runs an operation of a manager of its own. */
+    template <typename Operation>
+    void bios(Operation operation)
+    {
+        FwManager manager("BIOS");
+        logged();
+        operation(manager);
+    }
+
+    void backUp(const std::string& version)
+    {
+        bios([&](auto& manager) { manager.backupImage(source, version); });
+    }
+
+    void verify(const std::string& running)
+    {
+        bios([&](auto& manager) { manager.verifyBackupImage(running); });
+    }
+
+    /** Both versions, "untouched" where one was not written. */
+    Versions versions()
+    {
+        Versions result{"untouched", "untouched"};
+        bios([&](auto& manager) {
+            manager.getBackupImageVersion(result.first, result.second);
+        });
+        return result;
+    }
+
+    support::ScratchDirectory scratch;
+    const fs::path source = scratch.path / "incoming";
+    const fs::path root = scratch.path / "backup";
+    const fs::path verifying = root / "BIOS" / "verifying";
+    const fs::path verified = root / "BIOS" / "verified";
+};
+
+TEST_F(ImageBackup, ImageIsMovedIntoTheVerifyingSlot)
+{
+    const std::string image(300'000, '\xa5');
+    receive(image);
+    backUp("1.0");
+    EXPECT_EQ(support::readFile(verifying / "firmware.tar"), image);
+    EXPECT_EQ(support::readFile(verifying / "version"), "1.0");
+    EXPECT_EQ(support::namesIn(verifying), (Names{"firmware.tar", "version"}));
+    EXPECT_EQ(support::namesIn(source), Names{});
+    EXPECT_FALSE(fs::exists(verified));
+    EXPECT_TRUE(logged().empty());
+}
+
+TEST_F(ImageBackup, RootWithASlashGivesTheSamePaths)
+{
+    configure(root.string() + "/");
+    receive("image");
+    backUp("1.0");
+    EXPECT_TRUE(fs::exists(verifying / "firmware.tar"));
+    bios([&](auto& manager) {
+        EXPECT_EQ(manager.getVerifiedBackupImagePath(), verified.string());
+    });
+}
+
+TEST_F(ImageBackup, OtherFilesOfTheSourceStay)
+{
+    receive("image");
+    support::writeFile(source / "MANIFEST", "text");
+    backUp("1.0");
+    EXPECT_EQ(support::namesIn(source), Names{"MANIFEST"});
+    EXPECT_EQ(support::namesIn(verifying), (Names{"firmware.tar", "version"}));
+}
+
+TEST_F(ImageBackup, VersionIsWrittenExactly)
+{
+    for (const std::string version : {" 1.2 beta\n", "", "1.0"})
+    {
+        backUp(version);
+        fs::create_directory(source);
+        backUp(version);
+        EXPECT_EQ(support::readFile(verifying / "version"), version);
+    }
+}
+
+TEST_F(ImageBackup, SecondBackupWipesTheFirst)
+{
+    receive("first");
+    backUp("1.0");
+    support::writeFile(verifying / "deep" / "left", "over");
+    receive("second");
+    backUp("2.0");
+    EXPECT_EQ(support::readFile(verifying / "firmware.tar"), "second");
+    EXPECT_EQ(support::readFile(verifying / "version"), "2.0");
+    EXPECT_EQ(support::namesIn(verifying), (Names{"firmware.tar", "version"}));
+}
+
+TEST_F(ImageBackup, SourceWithoutAnImageLeavesTheVersionAlone)
+{
+    receive("first");
+    backUp("1.0");
+    backUp("2.0");
+    EXPECT_EQ(support::namesIn(verifying), Names{"version"});
+    EXPECT_EQ(support::readFile(verifying / "version"), "2.0");
+    EXPECT_TRUE(logged().empty());
+}
+
+TEST_F(ImageBackup, MissingSourceIsLoggedAndChangesNothing)
+{
+    receive("first");
+    backUp("1.0");
+    fs::remove_all(source);
+    backUp("2.0");
+    EXPECT_EQ(
+        logged(),
+        std::vector{errorRecord(
+            "BIOS: Backup firmware src path not exists " + source.string(),
+            "{NAME}: Backup firmware src path not exists {PATH}",
+            {{"NAME", "BIOS"}, {"PATH", source.string()}})});
+    EXPECT_EQ(versions(), (Versions{"1.0", "untouched"}));
+}
+
+TEST_F(ImageBackup, MissingSourceComesBeforeTheMissingArea)
+{
+    configure("");
+    backUp("1.0");
+    const auto records = logged();
+    ASSERT_EQ(records.size(), 1U);
+    EXPECT_EQ(records[0].at("LOG2_FMTMSG"),
+              "{NAME}: Backup firmware src path not exists {PATH}");
+}
+
+TEST_F(ImageBackup, MissingAreaIsLoggedAndChangesNothing)
+{
+    configure("");
+    receive("image");
+    backUp("1.0");
+    EXPECT_EQ(logged(),
+              std::vector{errorRecord(
+                  "BIOS: Backup firmware dest path not exists ",
+                  "{NAME}: Backup firmware dest path not exists {PATH}",
+                  {{"NAME", "BIOS"}, {"PATH", ""}})});
+    EXPECT_EQ(support::readFile(source / "firmware.tar"), "image");
+}
+
+TEST_F(ImageBackup, FailuresDoNotStopWhatFollows)
+{
+    receive("image");
+    support::writeFile(root, "a file where the area should be");
+    backUp("1.0");
+    EXPECT_FALSE(fs::exists(source / "firmware.tar"));
+    EXPECT_EQ(support::readFile(root), "a file where the area should be");
+    EXPECT_TRUE(logged().empty());
+}
+
+TEST_F(ImageBackup, CopyThatFailsStillRemovesTheImageAndWritesTheVersion)
+{
+    fs::create_directories(verifying);
+    const auto disk = support::Mount::tmpfs(root, 64 * 1024);
+    receive(std::string(1 << 20, 'x'));
+    fs::create_directories(verifying);
+    support::writeFile(verifying / "old", "old");
+    backUp("1.0");
+    EXPECT_FALSE(fs::exists(source / "firmware.tar"));
+    EXPECT_TRUE(fs::exists(verifying / "version"));
+    EXPECT_FALSE(fs::exists(verifying / "old"));
+    EXPECT_TRUE(logged().empty());
+}
+
+TEST_F(ImageBackup, ReadOnlyAreaIsLeftAndTheImageIsRemovedAllTheSame)
+{
+    receive("first");
+    backUp("1.0");
+    const auto area = support::Mount::onItself(root);
+    area.makeReadOnly();
+    receive("second");
+    backUp("2.0");
+    verify("1.0");
+    EXPECT_EQ(support::readFile(verifying / "firmware.tar"), "first");
+    EXPECT_EQ(support::readFile(verifying / "version"), "1.0");
+    EXPECT_FALSE(fs::exists(source / "firmware.tar"));
+    EXPECT_FALSE(fs::exists(verified));
+}
+
+TEST_F(ImageBackup, DirectoryInPlaceOfTheImageIsNotCopied)
+{
+    support::writeFile(source / "firmware.tar" / "inner", "x");
+    backUp("1.0");
+    EXPECT_EQ(support::namesIn(verifying), Names{"version"});
+    EXPECT_TRUE(fs::exists(source / "firmware.tar" / "inner"));
+}
+
+TEST_F(ImageBackup, RunningVersionPromotesTheSlot)
+{
+    receive("first");
+    backUp("1.0");
+    verify("1.0");
+    EXPECT_EQ(
+        logged(),
+        std::vector{infoRecord(
+            "BIOS: Verify backup firmware: 1.0 vs 1.0",
+            "{NAME}: Verify backup firmware: {RUNNING} vs {VERIFYING}",
+            {{"NAME", "BIOS"}, {"RUNNING", "1.0"}, {"VERIFYING", "1.0"}})});
+    EXPECT_FALSE(fs::exists(verifying));
+    EXPECT_EQ(support::readFile(verified / "firmware.tar"), "first");
+    EXPECT_EQ(support::readFile(verified / "version"), "1.0");
+}
+
+TEST_F(ImageBackup, PromotionReplacesTheVerifiedSlotWhole)
+{
+    receive("first");
+    backUp("1.0");
+    verify("1.0");
+    support::writeFile(verified / "left" / "over", "x");
+    receive("second");
+    backUp("2.0");
+    EXPECT_EQ(versions(), (Versions{"2.0", "1.0"}));
+    verify("2.0");
+    EXPECT_EQ(support::readFile(verified / "firmware.tar"), "second");
+    EXPECT_EQ(support::namesIn(verified), (Names{"firmware.tar", "version"}));
+    EXPECT_EQ(versions(), (Versions{"untouched", "2.0"}));
+}
+
+TEST_F(ImageBackup, OtherRunningVersionLeavesBothSlots)
+{
+    receive("first");
+    backUp("1.0");
+    verify("1.0");
+    receive("second");
+    backUp("2.0");
+    for (const std::string running : {"1.0", "2.", "2.0 ", "2.00", "", "2,0"})
+    {
+        verify(running);
+        EXPECT_EQ(logged(),
+                  std::vector{infoRecord(
+                      "BIOS: Verify backup firmware: " + running + " vs 2.0",
+                      "{NAME}: Verify backup firmware: {RUNNING} vs "
+                      "{VERIFYING}",
+                      {{"NAME", "BIOS"},
+                       {"RUNNING", running},
+                       {"VERIFYING", "2.0"}})});
+        EXPECT_EQ(versions(), (Versions{"2.0", "1.0"}));
+    }
+}
+
+TEST_F(ImageBackup, CaseOfTheVersionMatters)
+{
+    receive("image");
+    backUp("1.0-RC");
+    verify("1.0-rc");
+    EXPECT_TRUE(fs::exists(verifying));
+}
+
+TEST_F(ImageBackup, VersionIsReadUpToItsFirstBlank)
+{
+    receive("image");
+    backUp("1.2 beta");
+    verify("1.2 beta");
+    EXPECT_TRUE(fs::exists(verifying));
+    EXPECT_EQ(versions(), (Versions{"1.2", "untouched"}));
+    verify("1.2");
+    EXPECT_FALSE(fs::exists(verifying));
+    EXPECT_EQ(support::readFile(verified / "version"), "1.2 beta");
+}
+
+TEST_F(ImageBackup, VersionFileMayHaveALineEnd)
+{
+    support::writeFile(verifying / "version", "\n 1.0\n");
+    EXPECT_EQ(versions(), (Versions{"1.0", "untouched"}));
+    verify("1.0");
+    EXPECT_TRUE(fs::exists(verified));
+}
+
+TEST_F(ImageBackup, SlotWithoutAVersionHasTheEmptyOne)
+{
+    fs::create_directories(verifying);
+    verify("1.0");
+    EXPECT_TRUE(fs::exists(verifying));
+    logged();
+    verify("");
+    EXPECT_EQ(logged(),
+              std::vector{infoRecord(
+                  "BIOS: Verify backup firmware:  vs ",
+                  "{NAME}: Verify backup firmware: {RUNNING} vs {VERIFYING}",
+                  {{"NAME", "BIOS"}, {"RUNNING", ""}, {"VERIFYING", ""}})});
+    EXPECT_FALSE(fs::exists(verifying));
+    EXPECT_TRUE(fs::exists(verified));
+}
+
+TEST_F(ImageBackup, WithoutASlotVerifyingSaysNothing)
+{
+    verify("1.0");
+    EXPECT_TRUE(logged().empty());
+    EXPECT_FALSE(fs::exists(root));
+}
+
+TEST_F(ImageBackup, WithoutAnAreaTheOthersSayNothing)
+{
+    configure("");
+    verify("1.0");
+    EXPECT_TRUE(logged().empty());
+    EXPECT_EQ(versions(), (Versions{"untouched", "untouched"}));
+    bios([&](auto& manager) {
+        EXPECT_EQ(manager.getVerifiedBackupImagePath(), "");
+    });
+    EXPECT_TRUE(logged().empty());
+}
+
+TEST_F(ImageBackup, VerifiedPathNeedsNoVerifiedImage)
+{
+    bios([&](auto& manager) {
+        EXPECT_EQ(manager.getVerifiedBackupImagePath(), verified.string());
+    });
+    EXPECT_FALSE(fs::exists(verified));
+}
+
+TEST_F(ImageBackup, UnreadableVersionsLeaveTheArguments)
+{
+    EXPECT_EQ(versions(), (Versions{"untouched", "untouched"}));
+    support::writeFile(verifying / "version", "");
+    fs::create_directories(verified);
+    EXPECT_EQ(versions(), (Versions{"untouched", "untouched"}));
+    support::writeFile(verified / "version", " \n\t");
+    EXPECT_EQ(versions(), (Versions{"untouched", "untouched"}));
+    fs::remove(verified / "version");
+    fs::create_directories(verified / "version");
+    EXPECT_EQ(versions(), (Versions{"untouched", "untouched"}));
+}
+
+TEST_F(ImageBackup, SlotsAreReadIndependently)
+{
+    support::writeFile(verified / "version", "1.0");
+    EXPECT_EQ(versions(), (Versions{"untouched", "1.0"}));
+    support::writeFile(verifying / "version", "2.0");
+    EXPECT_EQ(versions(), (Versions{"2.0", "1.0"}));
+}
+
+TEST_F(ImageBackup, StatusThatCannotBeReadLeavesAsAnException)
+{
+    fs::create_directories(root / "BIOS");
+    fs::create_symlink("verifying", verifying);
+    bios([&](auto& manager) {
+        std::string first;
+        std::string second;
+        EXPECT_THROW(manager.verifyBackupImage("1.0"), fs::filesystem_error);
+        EXPECT_THROW(manager.getBackupImageVersion(first, second),
+                     fs::filesystem_error);
+    });
+    fs::create_symlink("loop", scratch.path / "loop");
+    bios([&](auto& manager) {
+        EXPECT_THROW(manager.backupImage(scratch.path / "loop", "1.0"),
+                     fs::filesystem_error);
+    });
+    EXPECT_TRUE(logged().empty());
+}
+
+TEST_F(ImageBackup, NewFilesHaveTheDefaultMode)
+{
+    receive("image");
+    const mode_t before = ::umask(027);
+    backUp("1.0");
+    ::umask(before);
+    EXPECT_EQ(support::statusOf(verifying).st_mode & 07777U, 0750U);
+    EXPECT_EQ(support::statusOf(verifying / "version").st_mode & 07777U, 0640U);
+}
+
+} // namespace
