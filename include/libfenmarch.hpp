@@ -523,6 +523,10 @@ class FwManager
     bool configLoaded = false;
 };
 
+// With a visibility of its own: clang would take that of bus_t.
+extern template __attribute__((visibility("default")))
+const char FwManager::builtOn<sdbusplus::bus_t, sizeof(sdbusplus::bus_t)>;
+
 /** Makes every program that includes this header refer to builtOn. */
 [[gnu::used]] inline const char* const builtOnSameBus =
     &FwManager::builtOn<sdbusplus::bus_t, sizeof(sdbusplus::bus_t)>;

@@ -183,6 +183,7 @@ TEST(Lg2Record, FieldsAreInTheirOrder)
         ASSERT_NE(at, std::string::npos) << part << " behind:\n" << rest;
         rest.erase(0, at + 1);
     }
+    EXPECT_EQ(rest.find("CODE_"), std::string::npos) << "twice:\n" << rest;
 }
 
 } // namespace

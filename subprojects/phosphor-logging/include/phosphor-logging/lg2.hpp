@@ -25,7 +25,9 @@
  * The inline namespace gives the subset linker names of its own, so that it
  * never meets a definition of the real package in the same process.
  */
-namespace lg2::inline fenmarch_subset
+namespace lg2
+{
+inline namespace fenmarch_subset
 {
 
 namespace details
@@ -77,4 +79,5 @@ struct debug : details::StatementOf<LOG_DEBUG, Arguments...>
 template <typename... Arguments>
 explicit debug(const char*, const Arguments&...) -> debug<Arguments...>;
 
-} // namespace lg2::inline fenmarch_subset
+} // namespace fenmarch_subset
+} // namespace lg2

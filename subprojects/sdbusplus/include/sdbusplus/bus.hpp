@@ -8,7 +8,9 @@
 #include <memory>
 #include <type_traits>
 
-namespace sdbusplus::inline fenmarch_subset
+namespace sdbusplus
+{
+inline namespace fenmarch_subset
 {
 
 /**
@@ -111,5 +113,5 @@ inline bus_t new_default()
 }
 
 } // namespace bus
-
-} // namespace sdbusplus::inline fenmarch_subset
+} // namespace fenmarch_subset
+} // namespace sdbusplus

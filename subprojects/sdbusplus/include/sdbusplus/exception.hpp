@@ -11,7 +11,11 @@
 // A program recognises what a library built with hidden visibility throws.
 #pragma GCC visibility push(default)
 
-namespace sdbusplus::inline fenmarch_subset::exception
+namespace sdbusplus
+{
+inline namespace fenmarch_subset
+{
+namespace exception
 {
 
 /** What every exception of the bus offers beside what(). */
@@ -140,6 +144,8 @@ class InvalidEnumString final : public exception
     }
 };
 
-} // namespace sdbusplus::inline fenmarch_subset::exception
+} // namespace exception
+} // namespace fenmarch_subset
+} // namespace sdbusplus
 
 #pragma GCC visibility pop

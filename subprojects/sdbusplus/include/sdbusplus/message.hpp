@@ -9,7 +9,9 @@
 #include <type_traits>
 #include <utility>
 
-namespace sdbusplus::inline fenmarch_subset
+namespace sdbusplus
+{
+inline namespace fenmarch_subset
 {
 
 class bus_t;
@@ -83,4 +85,5 @@ class message_t
     std::unique_ptr<sd_bus_message, Release> handle;
 };
 
-} // namespace sdbusplus::inline fenmarch_subset
+} // namespace fenmarch_subset
+} // namespace sdbusplus

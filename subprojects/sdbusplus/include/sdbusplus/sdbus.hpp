@@ -11,7 +11,9 @@
  * caller built on the real package, whose types have another layout, and both
  * can be loaded into one process without sharing a definition.
  */
-namespace sdbusplus::inline fenmarch_subset
+namespace sdbusplus
+{
+inline namespace fenmarch_subset
 {
 
 /**
@@ -163,4 +165,5 @@ class SdBusImpl : public SdBusInterface
 /** The implementation used wherever no other is named. */
 constinit inline SdBusImpl sdbus_impl;
 
-} // namespace sdbusplus::inline fenmarch_subset
+} // namespace fenmarch_subset
+} // namespace sdbusplus

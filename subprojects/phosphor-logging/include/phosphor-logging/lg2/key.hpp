@@ -5,7 +5,11 @@
 #include <string>
 #include <string_view>
 
-namespace lg2::inline fenmarch_subset::details
+namespace lg2
+{
+inline namespace fenmarch_subset
+{
+namespace details
 {
 
 /**
@@ -50,4 +54,6 @@ class Key
     const char* name;
 };
 
-} // namespace lg2::inline fenmarch_subset::details
+} // namespace details
+} // namespace fenmarch_subset
+} // namespace lg2

@@ -6,7 +6,11 @@
 #include <source_location>
 #endif
 
-namespace lg2::inline fenmarch_subset::details
+namespace lg2
+{
+inline namespace fenmarch_subset
+{
+namespace details
 {
 
 #ifdef __cpp_lib_source_location
@@ -56,4 +60,6 @@ class Location
 
 #endif
 
-} // namespace lg2::inline fenmarch_subset::details
+} // namespace details
+} // namespace fenmarch_subset
+} // namespace lg2

@@ -11,7 +11,11 @@
 #include <utility>
 #include <vector>
 
-namespace lg2::inline fenmarch_subset::details
+namespace lg2
+{
+inline namespace fenmarch_subset
+{
+namespace details
 {
 
 /** A field of a record: its name and its value. */
@@ -73,4 +77,6 @@ inline void log(int priority, const std::string& text,
     }
 }
 
-} // namespace lg2::inline fenmarch_subset::details
+} // namespace details
+} // namespace fenmarch_subset
+} // namespace lg2

@@ -9,7 +9,11 @@
 #include <string>
 #include <string_view>
 
-namespace lg2::inline fenmarch_subset::details
+namespace lg2
+{
+inline namespace fenmarch_subset
+{
+namespace details
 {
 
 inline bool standardErrorIsWanted()
@@ -64,4 +68,6 @@ inline void copyToStandardError(int priority, const std::string& message,
     std::fputs(line.c_str(), stderr);
 }
 
-} // namespace lg2::inline fenmarch_subset::details
+} // namespace details
+} // namespace fenmarch_subset
+} // namespace lg2

@@ -12,7 +12,11 @@
 #include <utility>
 #include <vector>
 
-namespace lg2::inline fenmarch_subset::details
+namespace lg2
+{
+inline namespace fenmarch_subset
+{
+namespace details
 {
 
 /** Keys stand at the even positions, each before its value. */
@@ -49,4 +53,6 @@ class Statement<priority, std::index_sequence<positions...>, Arguments...>
     }
 };
 
-} // namespace lg2::inline fenmarch_subset::details
+} // namespace details
+} // namespace fenmarch_subset
+} // namespace lg2

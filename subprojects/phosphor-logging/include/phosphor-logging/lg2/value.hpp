@@ -5,7 +5,11 @@
 #include <string>
 #include <type_traits>
 
-namespace lg2::inline fenmarch_subset::details
+namespace lg2
+{
+inline namespace fenmarch_subset
+{
+namespace details
 {
 
 /** The text of a field: a bool as True or False, a number in decimal, an
@@ -31,4 +35,6 @@ std::string textOf(const Value& value)
     }
 }
 
-} // namespace lg2::inline fenmarch_subset::details
+} // namespace details
+} // namespace fenmarch_subset
+} // namespace lg2

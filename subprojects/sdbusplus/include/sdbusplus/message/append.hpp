@@ -15,7 +15,11 @@
  * libsystemd are not examined: a message that is left incomplete is refused
  * when it is sent.
  */
-namespace sdbusplus::inline fenmarch_subset::message
+namespace sdbusplus
+{
+inline namespace fenmarch_subset
+{
+namespace message
 {
 
 inline void appendValue(SdBusInterface& interface, sd_bus_message* message,
@@ -69,4 +73,6 @@ void appendValue(SdBusInterface& interface, sd_bus_message* message,
         value);
 }
 
-} // namespace sdbusplus::inline fenmarch_subset::message
+} // namespace message
+} // namespace fenmarch_subset
+} // namespace sdbusplus

@@ -13,7 +13,11 @@
  * readValue() takes the next value out of a message. A failure leaves the
  * message where the failed step left it and the value as it was.
  */
-namespace sdbusplus::inline fenmarch_subset::message
+namespace sdbusplus
+{
+inline namespace fenmarch_subset
+{
+namespace message
 {
 
 /** @throws exception::SdBusError when the result is negative */
@@ -72,4 +76,6 @@ void readValue(SdBusInterface& interface, sd_bus_message* message,
     }
 }
 
-} // namespace sdbusplus::inline fenmarch_subset::message
+} // namespace message
+} // namespace fenmarch_subset
+} // namespace sdbusplus

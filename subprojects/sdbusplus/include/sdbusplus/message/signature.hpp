@@ -4,7 +4,11 @@
 #include <string>
 #include <vector>
 
-namespace sdbusplus::inline fenmarch_subset::message
+namespace sdbusplus
+{
+inline namespace fenmarch_subset
+{
+namespace message
 {
 
 /** The D-Bus signature of a C++ type that a variant can hold. Undefined for
@@ -36,4 +40,6 @@ struct Signature<std::vector<std::string>>
     static constexpr const char* text = "as";
 };
 
-} // namespace sdbusplus::inline fenmarch_subset::message
+} // namespace message
+} // namespace fenmarch_subset
+} // namespace sdbusplus

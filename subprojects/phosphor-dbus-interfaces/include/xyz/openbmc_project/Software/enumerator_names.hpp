@@ -10,9 +10,10 @@
 #include <string_view>
 #include <utility>
 
-namespace sdbusplus::inline fenmarch_subset
+namespace sdbusplus
 {
-
+inline namespace fenmarch_subset
+{
 namespace common::xyz::openbmc_project::software
 {
 
@@ -53,5 +54,5 @@ struct EnumeratorNames
 };
 
 } // namespace common::xyz::openbmc_project::software
-
-} // namespace sdbusplus::inline fenmarch_subset
+} // namespace fenmarch_subset
+} // namespace sdbusplus

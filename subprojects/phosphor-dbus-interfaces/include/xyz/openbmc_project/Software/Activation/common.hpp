@@ -4,9 +4,10 @@
 
 #include <string>
 
-namespace sdbusplus::inline fenmarch_subset
+namespace sdbusplus
 {
-
+inline namespace fenmarch_subset
+{
 namespace common::xyz::openbmc_project::software
 {
 
@@ -53,5 +54,5 @@ struct Activation
 };
 
 } // namespace common::xyz::openbmc_project::software
-
-} // namespace sdbusplus::inline fenmarch_subset
+} // namespace fenmarch_subset
+} // namespace sdbusplus

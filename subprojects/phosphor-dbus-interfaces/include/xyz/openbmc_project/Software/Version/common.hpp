@@ -4,9 +4,10 @@
 
 #include <string>
 
-namespace sdbusplus::inline fenmarch_subset
+namespace sdbusplus
 {
-
+inline namespace fenmarch_subset
+{
 namespace common::xyz::openbmc_project::software
 {
 
@@ -50,5 +51,5 @@ struct Version
 };
 
 } // namespace common::xyz::openbmc_project::software
-
-} // namespace sdbusplus::inline fenmarch_subset
+} // namespace fenmarch_subset
+} // namespace sdbusplus
