@@ -1,0 +1,17 @@
+#pragma once
+
+#include <cstddef>
+#include <filesystem>
+
+namespace demo
+{
+
+/** Puts an image into the directory as the upload does: a firmware.tar with
+ *  bios.bin, of three MiB, and bios.sig. */
+void deliverImage(const std::filesystem::path& directory);
+
+/** The same, of which only so much has arrived. */
+void deliverTornImage(const std::filesystem::path& directory,
+                      std::size_t arrivedBytes);
+
+} // namespace demo

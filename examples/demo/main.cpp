@@ -1,0 +1,95 @@
+/**
+ * Runs the update service against a simulated BMC:
+ *
+ *   demo [--keep DIRECTORY] SERVICE CONFIGURATION
+ *
+ * Exit status: 0 when all was seen as expected, 1 when it was not, 2 when the
+ * demo could not be run.
+ */
+#include "keep.hpp"
+#include "play.hpp"
+#include "report.hpp"
+#include "scenarios.hpp"
+#include "support/files.hpp"
+#include "support/sandbox.hpp"
+
+#include <exception>
+#include <filesystem>
+#include <iostream>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace
+{
+
+using namespace demo;
+
+constexpr int asExpected = 0;
+constexpr int notAsExpected = 1;
+constexpr int notRun = 2;
+
+struct Arguments
+{
+    Cast cast;
+    std::optional<Keep> keep;
+};
+
+/** Reads and opens what lies outside of the sandbox. */
+Arguments readArguments(std::vector<std::string> words)
+{
+    Arguments arguments;
+    if (words.size() >= 2 && words[0] == "--keep")
+    {
+        arguments.keep.emplace(words[1]);
+        words.erase(words.begin(), words.begin() + 2);
+    }
+    if (words.size() != 2)
+    {
+        throw std::invalid_argument(
+            "usage: demo [--keep DIRECTORY] SERVICE CONFIGURATION");
+    }
+    arguments.cast.service = std::filesystem::canonical(words[0]);
+    arguments.cast.configuration = support::readFile(words[1]);
+    return arguments;
+}
+
+int runDemo(const Arguments& arguments)
+{
+    support::enterSandbox();
+    std::cout << "An update service on a simulated BMC. On the bus, ~ stands "
+                 "for\nxyz.openbmc_project. in names and for "
+                 "/xyz/openbmc_project in paths.\n";
+    Report report;
+    std::vector<Row> rows;
+    std::size_t nextStep = 1;
+    for (const auto& scenario : allScenarios())
+    {
+        const Outcome outcome =
+            play(scenario, arguments.cast, report, nextStep);
+        nextStep += scenario.steps.size();
+        rows.insert(rows.end(), outcome.rows.begin(), outcome.rows.end());
+        if (arguments.keep)
+        {
+            arguments.keep->save(scenario.name, outcome);
+        }
+    }
+    report.showTable(rows);
+    return allAsExpected(rows) ? asExpected : notAsExpected;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    try
+    {
+        return runDemo(readArguments({argv + 1, argv + argc}));
+    }
+    catch (const std::exception& error)
+    {
+        std::cerr << "demo: " << error.what() << '\n';
+        return notRun;
+    }
+}

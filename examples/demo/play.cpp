@@ -1,0 +1,180 @@
+#include "play.hpp"
+
+#include "one_line.hpp"
+
+#include <algorithm>
+#include <charconv>
+#include <string_view>
+
+namespace demo
+{
+
+namespace
+{
+
+using Lines = std::vector<std::string>;
+
+constexpr std::string_view progressMark = "progress: ";
+
+void show(Report& report, const char* place, const Lines& lines)
+{
+    for (const auto& line : lines)
+    {
+        report.show(place, line);
+    }
+}
+
+void show(Report& report, const Change& change)
+{
+    report.show("disk", change.summary);
+    for (const auto& line : change.lines)
+    {
+        report.showChangedLine(line);
+    }
+}
+
+void hear(Report& report, const std::string& line)
+{
+    if (!line.starts_with(progressMark))
+    {
+        report.show("service", line);
+        return;
+    }
+    int percent = 0;
+    std::from_chars(line.data() + progressMark.size(),
+                    line.data() + line.size(), percent);
+    report.showProgress(percent);
+}
+
+/** Of progress that goes on only the last line. */
+Lines withoutPassedProgress(const Lines& answer)
+{
+    Lines kept;
+    for (const auto& line : answer)
+    {
+        if (!kept.empty() && line.starts_with(progressMark) &&
+            kept.back().starts_with(progressMark))
+        {
+            kept.pop_back();
+        }
+        kept.push_back(line);
+    }
+    return kept;
+}
+
+/** A step that is being played. */
+class Play
+{
+  public:
+    Play(Stage& ofStage, Report& ofReport, Outcome& ofOutcome,
+         std::size_t number) :
+        stage(ofStage), report(ofReport), outcome(ofOutcome), stepNumber(number)
+    {
+    }
+
+    void run(const Step& step)
+    {
+        report.beginStep(stepNumber, step.title);
+        if (step.before)
+        {
+            step.before(stage);
+        }
+        compare("service", step.answer, ask(step.request));
+        compare("disk", step.files, lookAtDisk());
+        compare("bus", step.calls, lookAtBus());
+        compare("journal", step.log, lookAtJournal());
+        for (const auto& check : step.checks)
+        {
+            const std::string seen = check.look(stage);
+            report.show(check.place, seen);
+            add(check.place, check.expected, seen);
+        }
+        report.endStep(rows);
+        outcome.rows.insert(outcome.rows.end(), rows.begin(), rows.end());
+    }
+
+  private:
+    Lines ask(const std::string& request)
+    {
+        if (request.empty())
+        {
+            return {};
+        }
+        report.show("request", request);
+        return withoutPassedProgress(stage.service.ask(
+            request, [this](const std::string& line) { hear(report, line); }));
+    }
+
+    Lines lookAtDisk()
+    {
+        Lines summaries;
+        for (const auto& change : stage.takeChanges())
+        {
+            show(report, change);
+            summaries.push_back(change.summary);
+        }
+        return summaries;
+    }
+
+    Lines lookAtBus()
+    {
+        const Lines calls = stage.takeCalls();
+        show(report, "bus", folded(calls));
+        outcome.calls.insert(outcome.calls.end(), calls.begin(), calls.end());
+        return calls;
+    }
+
+    Lines lookAtJournal()
+    {
+        const Lines log = stage.takeLog();
+        show(report, "journal", log);
+        outcome.log.insert(outcome.log.end(), log.begin(), log.end());
+        return log;
+    }
+
+    /** A row for each entry of the longer list. */
+    void compare(const char* place, Lines expected, Lines seen)
+    {
+        const auto count = std::max(expected.size(), seen.size());
+        expected.resize(count, "nothing more");
+        seen.resize(count, "nothing more");
+        for (std::size_t i = 0; i < count; ++i)
+        {
+            add(place, expected[i], seen[i]);
+        }
+    }
+
+    void add(const std::string& place, const std::string& expected,
+             const std::string& seen)
+    {
+        rows.push_back({stepNumber, place, expected, seen});
+    }
+
+    Stage& stage;
+    Report& report;
+    Outcome& outcome;
+    std::size_t stepNumber;
+    std::vector<Row> rows;
+};
+
+} // namespace
+
+Outcome play(const Scenario& scenario, const Cast& cast, Report& report,
+             std::size_t firstStep)
+{
+    Outcome outcome;
+    Stage stage(cast);
+    report.beginScenario(scenario.title);
+    std::size_t number = firstStep;
+    for (const auto& step : scenario.steps)
+    {
+        Play(stage, report, outcome, number++).run(step);
+    }
+    outcome.rows.push_back(
+        {number - 1, "service", "ends with status 0",
+         "ends with status " + std::to_string(stage.service.end())});
+    outcome.disk = stage.disk();
+    return outcome;
+}
+
+} // namespace demo

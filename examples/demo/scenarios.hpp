@@ -1,0 +1,25 @@
+#pragma once
+
+#include "scenario.hpp"
+
+#include <vector>
+
+namespace demo
+{
+
+/** What the service is told by its configuration. */
+Scenario configuration();
+
+/** A new BIOS, from the arrival of its image until it runs. */
+Scenario wholeUpdate();
+
+/** The same with an image of which the end is missing. */
+Scenario tornImage();
+
+/** The same with the updater service gone after some progress. */
+Scenario updaterGone();
+
+/** All of them, in the order in which they are played. */
+std::vector<Scenario> allScenarios();
+
+} // namespace demo

@@ -1,0 +1,65 @@
+#pragma once
+
+#include "disk.hpp"
+#include "service_process.hpp"
+#include "support/fake_services.hpp"
+#include "support/journal_socket.hpp"
+#include "support/private_bus.hpp"
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace demo
+{
+
+/** What a scenario is played with. */
+struct Cast
+{
+    std::filesystem::path service;
+    /** The text of the configuration file. */
+    std::string configuration;
+};
+
+/** A simulated BMC with an update service that was just started: its files,
+ *  its bus, its journal, and the services that own the objects on the bus. */
+class Stage
+{
+  public:
+    /** Starts from an empty disk; the process is in the sandbox. */
+    explicit Stage(const Cast& cast);
+
+    /** A property of an object on the bus as busctl prints it, if any. */
+    std::optional<std::string> property(const std::string& path,
+                                        const std::string& name);
+    /** Ends the updater and its objects; returns once the bus knows. */
+    void endUpdater();
+
+    /** What has reached the bus since the last time, a line for each call,
+     *  those to the updater before those to others. */
+    std::vector<std::string> takeCalls();
+    /** What has been logged since the last time, a line for each record. */
+    std::vector<std::string> takeLog();
+    /** What has changed on the disk since the last time. */
+    std::vector<Change> takeChanges();
+    /** The disk as takeChanges() last saw it. */
+    const Disk& disk() const;
+    /** The disk as takeChanges() saw it the time before. */
+    const Disk& formerDisk() const;
+
+  private:
+    /** Comes first, so that the service finds its configuration. */
+    Disk seen;
+    Disk former;
+    support::PrivateBus bus;
+    support::JournalSocket journal;
+
+  public:
+    /** Owns the objects of the BMC's software, until it is ended. */
+    std::optional<support::FakeServices> updater;
+    support::FakeServices others;
+    ServiceProcess service;
+};
+
+} // namespace demo
