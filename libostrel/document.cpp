@@ -2,8 +2,6 @@
 
 #include "errors.hpp"
 
-#include <cstdlib>
-
 namespace ostrel
 {
 
@@ -129,11 +127,15 @@ Document Document::replacing(const char* section, Value content) const
 
 std::string Document::text() const
 {
+    // Into a buffer of ours: where jansson grows its own, it does not look
+    // whether the memory for a key was there.
     constexpr size_t flags = JSON_INDENT(4);
-    const std::unique_ptr<char, decltype(&std::free)> dumped(
-        json_dumps(root.get(), flags), &std::free);
-    require(dumped != nullptr, ENOMEM);
-    return std::string(dumped.get()) + '\n';
+    std::string text(json_dumpb(root.get(), nullptr, 0, flags), '\0');
+    require(json_dumpb(root.get(), text.data(), text.size(), flags) ==
+                    text.size() &&
+                !text.empty(),
+            ENOMEM);
+    return text + '\n';
 }
 
 } // namespace ostrel

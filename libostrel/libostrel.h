@@ -18,7 +18,9 @@
  * exception out. A handle is used by one thread at a time.
  *
  * Beside the values listed with each function, errno is ENOMEM when memory
- * runs out, and else what the system call that failed has set.
+ * runs out, and else what the system call that failed has set. (The parser
+ * underneath does not check every allocation: a load that runs out of memory
+ * can also fail with EBADMSG, or worse. See docs/decisions.md.)
  */
 #ifndef LIBOSTREL_H
 #define LIBOSTREL_H
@@ -91,7 +93,8 @@ int json_config_get_string(json_config_t* config, const char* section,
 /**
  * Sets an item, creating it and its section where they are missing and
  * replacing a value of another type. Everything else in the document keeps its
- * value and its place. Setting the string that is already there does nothing.
+ * value and its place; a real number is kept as a double. Setting the string
+ * that is already there does nothing.
  *
  * The new document is written to the disk at once, beside the old one as
  * `<file>.tmp`, with the mode and the owner of the old file (a new file has
@@ -103,11 +106,13 @@ int json_config_get_string(json_config_t* config, const char* section,
  *         EBADF    the handle has no lock
  *         EILSEQ   section, key or value is no valid UTF-8
  *         EBADMSG  the section is there, but is no object
+ *         After a failure to write the handle takes no further change: each
+ *         one, and the release, fails with the same errno, and nothing that
+ *         was changed through this handle reaches the file. That is for
+ *         instance ENOSPC, EROFS or EACCES, and
  *         EBUSY    the file is a mount point itself, which cannot be replaced
- *         After a failure to write, for instance ENOSPC, EROFS or EACCES, the
- *         handle takes no further change: each one, and the release, fails
- *         with the same errno, and nothing that was changed through this
- *         handle reaches the file.
+ *                  (told by Linux 5.8 and newer; an older one fails the
+ *                  release)
  */
 int json_config_set_string(json_config_t* config, const char* section,
                            const char* key, const char* value);
@@ -120,7 +125,6 @@ int json_config_set_string(json_config_t* config, const char* section,
  *         EINVAL  an argument is null
  *         EBADF   the handle has no lock
  *         ENOENT  there is no such section or item
- *         EBUSY   the file is a mount point itself
  *         A failure to write ends the handle's changes as with
  *         json_config_set_string(), and running out of memory does so too;
  *         so who looks only at the release misses nothing.

@@ -27,7 +27,7 @@ fs::path followLinks(fs::path file)
 {
     // The kernel's own limit.
     constexpr int mostLinks = 40;
-    for (int links = 0; links < mostLinks; ++links)
+    for (int links = 0; links <= mostLinks; ++links)
     {
         std::error_code notALink;
         const fs::path target = fs::read_symlink(file, notALink);

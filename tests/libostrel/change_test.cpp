@@ -85,6 +85,22 @@ TEST_F(Set, EverythingElseKeepsItsValueAndPlace)
 )");
 }
 
+TEST_F(Set, RealNumbersKeepTheirValueAsADouble)
+{
+    support::writeFile(document, R"({"x":[0.1,1E2]})");
+    ASSERT_EQ(set("a", "b", "c"), std::pair(0, 0));
+    EXPECT_EQ(support::readFile(document), R"({
+    "x": [
+        0.10000000000000001,
+        100.0
+    ],
+    "a": {
+        "b": "c"
+    }
+}
+)");
+}
+
 TEST_F(Set, NewItemsAndSectionsComeLast)
 {
     support::writeFile(document, oldText);

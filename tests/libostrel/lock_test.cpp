@@ -21,6 +21,17 @@ TEST_F(Lock, FileIsPrivateItsDirectoryIsNot)
     EXPECT_EQ(support::statusOf(lock.parent_path()).st_mode & 07777U, 0755U);
 }
 
+TEST_F(Lock, AllItsMissingDirectoriesAreCreated)
+{
+    const auto deep = scratch.path / "x" / "y" / "document.lock";
+    const Handle config(json_config_load(document.c_str(), deep.c_str(), 0));
+    EXPECT_NE(config, nullptr);
+    for (const auto& made : {scratch.path / "x", scratch.path / "x" / "y"})
+    {
+        EXPECT_EQ(support::statusOf(made).st_mode & 07777U, 0755U);
+    }
+}
+
 TEST_F(Lock, ExcludesFlockWhileAHandleIsOpen)
 {
     Handle config = load();
