@@ -23,7 +23,7 @@ int main(int argc, char** argv)
     // The image is moved: it is gone from the directory afterwards.
     bios.backupImage(argv[1], argv[2]);
 
-    // No status is returned; the slots tell what became of it.
+    // No status is returned; a service that cares looks at the slot itself.
     std::string verifying;
     std::string verified;
     bios.getBackupImageVersion(verifying, verified);

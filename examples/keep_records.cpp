@@ -8,7 +8,7 @@ int main()
 {
     phosphor::software::updater::FwManager bios("Host");
 
-    // Each save is on the disk when it returns 0.
+    // Each waits until its record is on the disk.
     if (bios.saveImageCheckResult(true) != 0 ||
         bios.saveUpdateState("staged") != 0)
     {

@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cerrno>
+#include <filesystem>
 #include <string_view>
 
 namespace phosphor::software::updater
@@ -119,6 +120,8 @@ bool writeText(const std::string& path, const std::vector<std::string>& pieces)
         }
     }
     file.synchronise();
+    // For a file that is new: its name is on the disk with its directory.
+    synchronise(std::filesystem::path(path).parent_path());
     return true;
 }
 

@@ -13,8 +13,8 @@ std::optional<std::string> readText(const std::string& path);
 
 /**
  * Writes a file in place: opens it, creating or truncating it, writes the
- * pieces one by one and waits until they are on the disk. What fails after the
- * opening is not reported.
+ * pieces one by one and waits until they are on the disk, with its name. What
+ * fails after the opening is not reported.
  *
  * @return whether it could be opened
  */

@@ -4,6 +4,7 @@
 #include <phosphor-logging/lg2.hpp>
 
 #include <filesystem>
+#include <optional>
 #include <sstream>
 
 namespace phosphor::software::updater
@@ -17,15 +18,22 @@ namespace fs = std::filesystem;
 /** The backup directory of one firmware and its two slots. */
 struct BackupDirectory
 {
-    BackupDirectory(const std::string& root, const std::string& name) :
-        path(root + (root.ends_with('/') ? "" : "/") + name)
-    {
-    }
-
     std::string path;
     std::string verifying = path + "/verifying";
     std::string verified = path + "/verified";
 };
+
+/** None when the backup area may not be used. */
+std::optional<BackupDirectory> backupDirectoryOf(FwManager& manager)
+{
+    const std::string root = manager.getBackupImagePath();
+    if (root.empty())
+    {
+        return std::nullopt;
+    }
+    return BackupDirectory{root + (root.ends_with('/') ? "" : "/") +
+                           manager.name};
+}
 
 std::string imageIn(const std::string& directory)
 {
@@ -35,6 +43,30 @@ std::string imageIn(const std::string& directory)
 std::string versionFileIn(const std::string& slot)
 {
     return slot + "/version";
+}
+
+/** The version goes first, so that no power cut leaves one without its image,
+ *  which would pass for a whole slot. */
+void removeSlot(const std::string& slot)
+{
+    std::error_code ignored;
+    fs::remove(versionFileIn(slot), ignored);
+    synchronise(slot);
+    fs::remove_all(slot, ignored);
+}
+
+/** Waits until a file is on the disk, and with it all directories above. */
+void synchroniseWithTheWay(const fs::path& file)
+{
+    for (fs::path way = file; !way.empty(); way = way.parent_path())
+    {
+        synchronise(way);
+        if (way == way.root_path())
+        {
+            return;
+        }
+    }
+    synchronise(".");
 }
 
 /** Reads the first word; without one the version is left as it is. */
@@ -60,40 +92,33 @@ void FwManager::backupImage(const std::string& src, const std::string& version)
                    name, "PATH", src);
         return;
     }
-    const std::string root = getBackupImagePath();
-    if (root.empty())
+    const auto backup = backupDirectoryOf(*this);
+    if (!backup)
     {
         lg2::error("{NAME}: Backup firmware dest path not exists {PATH}",
-                   "NAME", name, "PATH", root);
+                   "NAME", name, "PATH", "");
         return;
     }
-    const BackupDirectory backup(root, name);
-    const std::string& slot = backup.verifying;
+    const std::string& slot = backup->verifying;
 
     std::error_code ignored;
-    fs::remove_all(slot, ignored);
+    removeSlot(slot);
     fs::create_directories(slot, ignored);
     fs::copy_file(imageIn(src), imageIn(slot), ignored);
-    // The copy is on the disk, with the way to it, before the original goes.
-    for (fs::path way = imageIn(slot); way.has_relative_path();
-         way = way.parent_path())
-    {
-        synchronise(way);
-    }
+    // The copy is on the disk before the original goes.
+    synchroniseWithTheWay(imageIn(slot));
     fs::remove(imageIn(src), ignored);
     writeText(versionFileIn(slot), {version});
-    synchronise(slot);
 }
 
 void FwManager::verifyBackupImage(const std::string& running)
 {
-    const std::string root = getBackupImagePath();
-    if (root.empty())
+    const auto backup = backupDirectoryOf(*this);
+    if (!backup)
     {
         return;
     }
-    const BackupDirectory backup(root, name);
-    const std::string& slot = backup.verifying;
+    const std::string& slot = backup->verifying;
     if (!fs::exists(slot))
     {
         return;
@@ -106,40 +131,39 @@ void FwManager::verifyBackupImage(const std::string& running)
     {
         return;
     }
-    // The rename may reach the disk first of all; the files in the slot would
-    // be empty after a power cut.
+    // Whoever filled the slot: the rename may reach the disk before the files,
+    // and a power cut would leave a verified slot with empty ones.
     for (const auto& path : {imageIn(slot), versionFileIn(slot), slot})
     {
         synchronise(path);
     }
+    removeSlot(backup->verified);
     std::error_code ignored;
-    fs::remove_all(backup.verified, ignored);
-    fs::rename(slot, backup.verified, ignored);
-    synchronise(backup.path);
+    fs::rename(slot, backup->verified, ignored);
+    synchronise(backup->path);
 }
 
 std::string FwManager::getVerifiedBackupImagePath()
 {
-    const std::string root = getBackupImagePath();
-    return root.empty() ? "" : BackupDirectory(root, name).verified;
+    const auto backup = backupDirectoryOf(*this);
+    return backup ? backup->verified : "";
 }
 
 void FwManager::getBackupImageVersion(std::string& verifying,
                                       std::string& verified)
 {
-    const std::string root = getBackupImagePath();
-    if (root.empty())
+    const auto backup = backupDirectoryOf(*this);
+    if (!backup)
     {
         return;
     }
-    const BackupDirectory backup(root, name);
-    if (fs::exists(backup.verifying))
+    if (fs::exists(backup->verifying))
     {
-        readVersion(backup.verifying, verifying);
+        readVersion(backup->verifying, verifying);
     }
-    if (fs::exists(backup.verified))
+    if (fs::exists(backup->verified))
     {
-        readVersion(backup.verified, verified);
+        readVersion(backup->verified, verified);
     }
 }
 

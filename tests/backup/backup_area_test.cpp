@@ -93,12 +93,15 @@ TEST_F(BackupArea, StatusThatCannotBeReadLeavesAsAnException)
 {
     const std::string loop = scratch.path / "loop";
     fs::create_symlink(loop, loop);
-    support::writeFile(configFile,
-                       R"({"BMC":{"updateable":"yes","image_backup_mount":")" +
-                           loop + "," + present + R"("}})");
-    FwManager manager("BMC");
-    EXPECT_THROW(manager.getImageBackupMountStatus(), fs::filesystem_error);
-    EXPECT_THROW(manager.getBackupImagePath(), fs::filesystem_error);
+    for (const auto& mounts : {loop + "," + present, present + "," + loop})
+    {
+        support::writeFile(
+            configFile, R"({"BMC":{"updateable":"yes","image_backup_mount":")" +
+                            mounts + R"("}})");
+        FwManager manager("BMC");
+        EXPECT_THROW(manager.getImageBackupMountStatus(), fs::filesystem_error);
+        EXPECT_THROW(manager.getBackupImagePath(), fs::filesystem_error);
+    }
 }
 
 TEST_F(BackupArea, SecondEntryIsNotLookedAtAfterAnAbsentFirst)

@@ -24,11 +24,13 @@ class ImageBackup : public support::LibraryTest
         configure(root);
     }
 
-    void configure(const std::string& backupRoot)
+    void configure(const std::string& backupRoot,
+                   const std::string& mounts = "")
     {
         support::writeFile(
             configFile, R"({"BIOS":{"updateable":"yes","image_backup_path":")" +
-                            backupRoot + R"("}})");
+                            backupRoot + R"(","image_backup_mount":")" +
+                            mounts + R"("}})");
         logged();
     }
 
@@ -111,8 +113,7 @@ TEST_F(ImageBackup, VersionIsWrittenExactly)
 {
     for (const std::string version : {" 1.2 beta\n", "", "1.0"})
     {
-        backUp(version);
-        fs::create_directory(source);
+        receive("image");
         backUp(version);
         EXPECT_EQ(support::readFile(verifying / "version"), version);
     }
@@ -130,7 +131,7 @@ TEST_F(ImageBackup, SecondBackupWipesTheFirst)
     EXPECT_EQ(support::namesIn(verifying), (Names{"firmware.tar", "version"}));
 }
 
-TEST_F(ImageBackup, SourceWithoutAnImageLeavesTheVersionAlone)
+TEST_F(ImageBackup, SourceWithoutAnImageGivesASlotWithJustTheVersion)
 {
     receive("first");
     backUp("1.0");
@@ -176,6 +177,70 @@ TEST_F(ImageBackup, MissingAreaIsLoggedAndChangesNothing)
                   "{NAME}: Backup firmware dest path not exists {PATH}",
                   {{"NAME", "BIOS"}, {"PATH", ""}})});
     EXPECT_EQ(support::readFile(source / "firmware.tar"), "image");
+}
+
+TEST_F(ImageBackup, AbsentMountMakesTheAreaUnusable)
+{
+    receive("first");
+    backUp("1.0");
+    const std::string here = scratch.path;
+    configure(root, here + "," + here + "/absent");
+    receive("second");
+    backUp("2.0");
+    const auto records = logged();
+    ASSERT_EQ(records.size(), 1U);
+    EXPECT_EQ(records[0].at("MESSAGE"),
+              "BIOS: Backup firmware dest path not exists ");
+    verify("1.0");
+    EXPECT_TRUE(logged().empty());
+    EXPECT_EQ(versions(), (Versions{"untouched", "untouched"}));
+    bios([&](auto& manager) {
+        EXPECT_EQ(manager.getVerifiedBackupImagePath(), "");
+    });
+    EXPECT_EQ(support::readFile(verifying / "version"), "1.0");
+    EXPECT_EQ(support::readFile(source / "firmware.tar"), "second");
+}
+
+TEST_F(ImageBackup, MountThatCannotBeJudgedLeavesAsAnException)
+{
+    receive("image");
+    fs::create_symlink("loop", scratch.path / "loop");
+    configure(root, (scratch.path / "loop").string() + "," + root.string());
+    bios([&](auto& manager) {
+        std::string first;
+        std::string second;
+        EXPECT_THROW(manager.backupImage(source, "1.0"), fs::filesystem_error);
+        EXPECT_THROW(manager.verifyBackupImage("1.0"), fs::filesystem_error);
+        EXPECT_THROW(manager.getVerifiedBackupImagePath(),
+                     fs::filesystem_error);
+        EXPECT_THROW(manager.getBackupImageVersion(first, second),
+                     fs::filesystem_error);
+    });
+    EXPECT_EQ(support::readFile(source / "firmware.tar"), "image");
+}
+
+TEST_F(ImageBackup, SourceThatIsAFileRenewsTheSlotAllTheSame)
+{
+    receive("first");
+    backUp("1.0");
+    fs::remove_all(source);
+    support::writeFile(source, "a file");
+    backUp("2.0");
+    EXPECT_EQ(support::namesIn(verifying), Names{"version"});
+    EXPECT_EQ(support::readFile(verifying / "version"), "2.0");
+    EXPECT_TRUE(logged().empty());
+}
+
+TEST_F(ImageBackup, ImageThatCannotBeRemovedIsNotOverwritten)
+{
+    receive("first");
+    backUp("1.0");
+    const auto image = support::Mount::onItself(verifying / "firmware.tar");
+    receive("second");
+    backUp("2.0");
+    EXPECT_EQ(support::readFile(verifying / "firmware.tar"), "first");
+    EXPECT_EQ(support::readFile(verifying / "version"), "2.0");
+    EXPECT_FALSE(fs::exists(source / "firmware.tar"));
 }
 
 TEST_F(ImageBackup, FailuresDoNotStopWhatFollows)
@@ -380,6 +445,16 @@ TEST_F(ImageBackup, StatusThatCannotBeReadLeavesAsAnException)
         EXPECT_THROW(manager.verifyBackupImage("1.0"), fs::filesystem_error);
         EXPECT_THROW(manager.getBackupImageVersion(first, second),
                      fs::filesystem_error);
+    });
+    fs::remove(verifying);
+    support::writeFile(verifying / "version", "2.0");
+    fs::create_symlink("verified", verified);
+    bios([&](auto& manager) {
+        std::string first;
+        std::string second;
+        EXPECT_THROW(manager.getBackupImageVersion(first, second),
+                     fs::filesystem_error);
+        EXPECT_EQ(first, "2.0");
     });
     fs::create_symlink("loop", scratch.path / "loop");
     bios([&](auto& manager) {

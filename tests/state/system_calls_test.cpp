@@ -4,6 +4,7 @@
 #include <libfenmarch.hpp>
 
 #include <algorithm>
+#include <filesystem>
 #include <sstream>
 
 namespace
@@ -43,6 +44,37 @@ class SystemCalls : public support::LibraryTest
             std::ranges::count_if(calls, [&](const auto& call) {
                 return std::ranges::find(names, call) != names.end();
             }));
+    }
+
+    /** What reached the disk and the journal, in order: "sync PATH", "remove
+     *  PATH", "rename", "log". */
+    std::vector<std::string> effects() const
+    {
+        std::vector<std::string> result;
+        for (const auto& line : lines)
+        {
+            const auto between = [&](char from, char to) {
+                const auto start = line.find(from) + 1;
+                return line.substr(start, line.find(to, start) - start);
+            };
+            if (line.starts_with("fsync("))
+            {
+                result.push_back("sync " + between('<', '>'));
+            }
+            else if (line.starts_with("unlink(") && line.ends_with(" = 0"))
+            {
+                result.push_back("remove " + between('"', '"'));
+            }
+            else if (line.starts_with("rename("))
+            {
+                result.emplace_back("rename");
+            }
+            else if (line.starts_with("sendmsg("))
+            {
+                result.emplace_back("log");
+            }
+        }
+        return result;
     }
 
     std::vector<std::string> lines;
@@ -162,6 +194,121 @@ TEST_F(SystemCalls, DirectoryThatCannotBeSynchronisedIsReported)
               "status -1\n");
     FwManager manager("BMC");
     EXPECT_EQ(manager.getVersionStringFromInfo("key"), "");
+}
+
+TEST_F(SystemCalls, FileThatCannotBeSynchronisedFailsTheSave)
+{
+    EXPECT_EQ(trace("save", {"-e", "inject=fsync:error=EIO:when=1"}),
+              "status -1\n");
+    FwManager manager("BMC");
+    EXPECT_EQ(manager.getVersionStringFromInfo("key"), "old");
+    EXPECT_EQ(support::namesIn("/usr/share/firmware"),
+              std::vector<std::string>{"version.json"});
+}
+
+TEST_F(SystemCalls, TemporaryGoesBeforeTheLock)
+{
+    trace("save", {"-e", "inject=renameat:error=EIO"});
+    const auto last = [&](const char* name) {
+        return std::ranges::find(calls.rbegin(), calls.rend(), name);
+    };
+    EXPECT_GT(last("unlinkat") - calls.rbegin(), last("flock") - calls.rbegin())
+        << inLines(lines);
+}
+
+TEST_F(SystemCalls, FirstSaveSynchronisesTheNewDirectoryToo)
+{
+    std::filesystem::remove_all("/usr/share/firmware");
+    EXPECT_EQ(trace("save", {"-y"}), "status 0\n");
+    EXPECT_EQ(effects(), (std::vector<std::string>{
+                             "sync /usr/share",
+                             "sync /usr/share/firmware/version.json.tmp",
+                             "sync /usr/share/firmware"}))
+        << inLines(lines);
+}
+
+TEST_F(SystemCalls, DeletingAllLocksForEachRecord)
+{
+    FwManager manager("BMC");
+    manager.saveVersion("Active", 0, "1.0");
+    manager.saveVersion("Active", 1, "2.0");
+    manager.saveVersionCount("Active", 2);
+    EXPECT_EQ(trace("delete all"), "status 0\n");
+    constexpr size_t records = 4; // the length is read, then all three go
+    EXPECT_EQ(count({"flock"}), 2 * records) << inLines(lines);
+}
+
+TEST_F(SystemCalls, ReleaseFileIsWrittenLineByLineAndSynchronised)
+{
+    EXPECT_EQ(trace("write a release file", {"-y"}), "status 0\n");
+    EXPECT_EQ(count({"write"}), 2U) << inLines(lines);
+    EXPECT_EQ(effects(),
+              (std::vector<std::string>{"sync /etc/bios-release", "sync /etc"}))
+        << inLines(lines);
+}
+
+class BackupCalls : public SystemCalls
+{
+  public:
+    BackupCalls()
+    {
+        support::writeFile(
+            configFile,
+            R"({"BMC":{"updateable":"yes",)"
+            R"("image_backup_path":"/usr/share/firmware/backup"}})");
+        support::writeFile("/usr/share/firmware/incoming/firmware.tar",
+                           "image");
+    }
+};
+
+TEST_F(BackupCalls, BackupIsOnTheDiskBeforeTheOriginalGoes)
+{
+    trace("back up", {"-y"});
+    const std::string slot = "/usr/share/firmware/backup/BMC/verifying";
+    EXPECT_EQ(effects(),
+              (std::vector<std::string>{
+                  "sync " + slot + "/firmware.tar", "sync " + slot,
+                  "sync /usr/share/firmware/backup/BMC",
+                  "sync /usr/share/firmware/backup", "sync /usr/share/firmware",
+                  "sync /usr/share", "sync /usr", "sync /",
+                  "remove /usr/share/firmware/incoming/firmware.tar",
+                  "sync " + slot + "/version", "sync " + slot}))
+        << inLines(lines);
+}
+
+TEST_F(BackupCalls, VersionOfTheOldSlotGoesFirst)
+{
+    support::run({TRACED_OPERATION, "back up"});
+    trace("back up", {"-y"});
+    const std::string slot = "/usr/share/firmware/backup/BMC/verifying";
+    const auto order = effects();
+    ASSERT_GE(order.size(), 2U);
+    EXPECT_EQ(order[0], "remove " + slot + "/version") << inLines(lines);
+    EXPECT_EQ(order[1], "sync " + slot);
+}
+
+TEST_F(BackupCalls, PromotionIsLoggedThenSynchronisedThenRenamed)
+{
+    support::run({TRACED_OPERATION, "back up"});
+    trace("verify", {"-y"});
+    const std::string slot = "/usr/share/firmware/backup/BMC/verifying";
+    EXPECT_EQ(effects(), (std::vector<std::string>{
+                             "log", "sync " + slot + "/firmware.tar",
+                             "sync " + slot + "/version", "sync " + slot,
+                             "rename", "sync /usr/share/firmware/backup/BMC"}))
+        << inLines(lines);
+}
+
+TEST_F(BackupCalls, SynchronisingThatFailsChangesNothingElse)
+{
+    const std::vector<std::string> failing{"-e", "inject=fsync:error=EIO"};
+    trace("back up", failing);
+    trace("verify", failing);
+    EXPECT_EQ(support::readFile(
+                  "/usr/share/firmware/backup/BMC/verified/firmware.tar"),
+              "image");
+    EXPECT_FALSE(
+        std::filesystem::exists("/usr/share/firmware/incoming/firmware.tar"));
 }
 
 TEST_F(SystemCalls, InterruptedWriteIsRepeated)

@@ -1,32 +1,51 @@
-// One operation on the state file between two marks that a tracer sees.
+// One operation of the library between two marks that a tracer sees.
 
 #include <libfenmarch.hpp>
 
 #include <unistd.h>
 
+#include <functional>
 #include <iostream>
+#include <map>
 
 namespace
 {
 
-using phosphor::software::updater::FwManager;
+using namespace phosphor::software::updater;
 
-int perform(FwManager& manager, const std::string& operation)
-{
-    if (operation == "save")
-    {
-        return manager.saveVersionStringFromInfo("key", "new");
-    }
-    if (operation == "save the same")
-    {
-        return manager.saveVersionStringFromInfo("key", "old");
-    }
-    if (operation == "delete")
-    {
-        return manager.deleteVersionStringFromInfo("key");
-    }
-    return manager.getVersionStringFromInfo("key") == "old" ? 0 : 1;
-}
+const std::map<std::string, std::function<int(FwManager&)>> operations = {
+    {"read",
+     [](FwManager& manager) {
+         return manager.getVersionStringFromInfo("key") == "old" ? 0 : 1;
+     }},
+    {"save",
+     [](FwManager& manager) {
+         return manager.saveVersionStringFromInfo("key", "new");
+     }},
+    {"save the same",
+     [](FwManager& manager) {
+         return manager.saveVersionStringFromInfo("key", "old");
+     }},
+    {"delete",
+     [](FwManager& manager) {
+         return manager.deleteVersionStringFromInfo("key");
+     }},
+    {"delete all",
+     [](FwManager& manager) { return manager.deleteVersion("Active", 65535); }},
+    {"back up",
+     [](FwManager& manager) {
+         manager.backupImage("/usr/share/firmware/incoming", "1.0");
+         return 0;
+     }},
+    {"verify",
+     [](FwManager& manager) {
+         manager.verifyBackupImage("1.0");
+         return 0;
+     }},
+    {"write a release file", [](FwManager&) {
+         return bmcReleaseFileWrite("/etc/bios-release",
+                                    {{"A", "1"}, {"B", "2"}});
+     }}};
 
 } // namespace
 
@@ -37,7 +56,7 @@ int main(int, char** arguments)
     manager.getVersionStringFromInfo("key");
 
     ::access("/operation begins", F_OK);
-    const int status = perform(manager, arguments[1]);
+    const int status = operations.at(arguments[1])(manager);
     ::access("/operation ends", F_OK);
     std::cout << "status " << status << std::endl;
 }

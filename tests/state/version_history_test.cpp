@@ -161,6 +161,30 @@ TEST_F(VersionHistory, LengthThatIsNoNumberThrows)
     }
 }
 
+TEST_F(VersionHistory, ErrorsOfTheLengthAreThoseOfTheConversion)
+{
+    ASSERT_EQ(host.saveVersionStringFromInfo("Staged_count", "many"), 0);
+    try
+    {
+        host.getVersionCount("Staged");
+        ADD_FAILURE() << "nothing was thrown";
+    }
+    catch (const std::invalid_argument& error)
+    {
+        EXPECT_STREQ(error.what(), "stoi");
+    }
+    ASSERT_EQ(host.saveVersionStringFromInfo("Staged_count", "9999999999"), 0);
+    try
+    {
+        host.getVersionCount("Staged");
+        ADD_FAILURE() << "nothing was thrown";
+    }
+    catch (const std::out_of_range& error)
+    {
+        EXPECT_STREQ(error.what(), "stoi");
+    }
+}
+
 TEST_F(VersionHistory, DeletingAnEntryLeavesAHole)
 {
     saveHistory(host, "Staged", 3);
@@ -240,7 +264,10 @@ TEST_F(VersionHistory, DeletingAllOfAMalformedLengthThrowsAndDeletesNothing)
     saveHistory(host, "Staged", 1);
     ASSERT_EQ(host.saveVersionStringFromInfo("Staged_count", "many"), 0);
     EXPECT_THROW(host.deleteVersion("Staged", 65535), std::invalid_argument);
+    ASSERT_EQ(host.saveVersionStringFromInfo("Staged_count", "12345678901"), 0);
+    EXPECT_THROW(host.deleteVersion("Staged", 65535), std::out_of_range);
     EXPECT_EQ(host.getVersion("Staged", 0), "v0");
+    EXPECT_EQ(host.getVersionStringFromInfo("Staged_count"), "12345678901");
     EXPECT_TRUE(logged().empty());
     EXPECT_TRUE(services.takeCalls().empty());
 }
@@ -275,6 +302,13 @@ TEST_F(VersionHistory, NothingElseDeletesTheObject)
     EXPECT_EQ(host.deleteVersion("Staged", 0), 0);
     EXPECT_EQ(bmc.deleteVersion("Staged", 65535), 0);
     EXPECT_TRUE(services.takeCalls().empty());
+}
+
+TEST_F(VersionHistory, StagedObjectIsDeletedThoughTheRecordsCannotBe)
+{
+    support::writeFile(stateFile, "{ torn");
+    EXPECT_EQ(host.deleteVersion("Staged", 65535), 0);
+    EXPECT_EQ(services.takeCalls(), std::vector{deleteStagedCall});
 }
 
 TEST_F(VersionHistory, ObjectThatCannotBeDeletedIsLogged)

@@ -144,6 +144,48 @@ TEST_F(VersionStore, StateFileThatCannotBeParsedFailsAndStays)
     EXPECT_TRUE(logged().empty());
 }
 
+TEST_F(VersionStore, ValueThatTheStoreRefusesFailsTheSave)
+{
+    EXPECT_EQ(bmc.saveVersionStringFromInfo("a", "\xff"), -1);
+    EXPECT_FALSE(fs::exists(stateFile));
+    support::writeFile(stateFile, R"({"BMC":7})");
+    EXPECT_EQ(bmc.saveVersionStringFromInfo("a", "1"), -1);
+    EXPECT_EQ(support::readFile(stateFile), R"({"BMC":7})");
+    EXPECT_TRUE(logged().empty());
+}
+
+TEST_F(VersionStore, ANulEndsKeyAndValue)
+{
+    using namespace std::string_literals;
+    EXPECT_EQ(bmc.saveVersionStringFromInfo("a\0x"s, "1\0y"s), 0);
+    EXPECT_EQ(bmc.getVersionStringFromInfo("a"), "1");
+}
+
+TEST_F(VersionStore, FileInPlaceOfTheDirectoryIsAnAbsentStateFile)
+{
+    support::writeFile("/usr/share/firmware", "no directory");
+    EXPECT_EQ(bmc.getVersionStringFromInfo("a"), "");
+    EXPECT_EQ(bmc.saveVersionStringFromInfo("a", "1"), -1);
+    EXPECT_EQ(bmc.deleteVersionStringFromInfo("a"), -1);
+    EXPECT_EQ(support::readFile("/usr/share/firmware"), "no directory");
+}
+
+TEST_F(VersionStore, NothingStaysOpen)
+{
+    const auto openFiles = [] {
+        return support::namesIn("/proc/self/fd").size();
+    };
+    const auto before = openFiles();
+    bmc.saveVersionStringFromInfo("a", "1");
+    bmc.getVersionStringFromInfo("a");
+    bmc.deleteVersionStringFromInfo("a");
+    support::writeFile(stateFile, "{ torn");
+    bmc.saveVersionStringFromInfo("a", "1");
+    bmc.getVersionStringFromInfo("a");
+    bmcReleaseFileItemSet("/etc/bios-release", "A", "1");
+    EXPECT_EQ(openFiles(), before);
+}
+
 TEST_F(VersionStore, LockThatCannotBeTakenFails)
 {
     ASSERT_EQ(bmc.saveVersionStringFromInfo("a", "1"), 0);
