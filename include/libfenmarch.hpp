@@ -45,13 +45,16 @@ std::string getNameFromEnumString(std::string text);
 /**
  * The short name of a purpose, such as "BMC".
  *
+ * @return "" when something else than the value is in the way, which is logged
+ *         as "Failed get name from version purpose {PURPOSE}!"
  * @throws what the bindings throw (std::invalid_argument) for a value that is
  *         no enumerator; nothing is logged then
  */
 std::string getNameFromVersionPurpose(VersionPurpose value);
 
 /** The short name of an activation state, such as "Staged"; otherwise as
- *  getNameFromVersionPurpose(). */
+ *  getNameFromVersionPurpose(), with
+ *  "Failed get name from activation {ACTIVATION}!". */
 std::string getNameFromActivations(Activations value);
 
 /**
@@ -108,7 +111,8 @@ int bmcReleaseFileWrite(const std::string& path,
 
 /**
  * Sets one key of a release file, by reading and writing the whole file, which
- * is created where it is missing. The lines end up sorted by key. A key that
+ * is created where it is missing (which is told on standard output, as by
+ * bmcReleaseFileRead()). The lines end up sorted by key. A key that
  * has this value already writes nothing. Nothing is locked.
  *
  * @return 0, also when the file could not be read or written
@@ -130,10 +134,12 @@ int bmcReleaseFileItemSet(const std::string& path, const std::string& key,
  *
  * Every constructor takes a reference to the calling thread's default bus
  * connection (sd_bus_default(), the system bus for a system service). A bus
- * that cannot be reached is not reported there, but by the first bus operation.
+ * that cannot be reached is not reported there, but by the first bus operation
+ * (with some states of the platform's sdbusplus, the constructor throws).
  *
  * All managers of a thread share that one connection, and destroying any of
- * them flushes and closes it. The bus operations of the others fail from then
+ * them flushes and closes it (some states of the platform's sdbusplus only drop
+ * their reference). The bus operations of the others fail from then
  * on, and so do those of managers made later, until the last one that holds
  * the closed connection is gone. Files are not concerned. So a thread keeps
  * its managers together, or gives each a thread of its own.
@@ -172,7 +178,8 @@ class FwManager
      * calls it first. A file that is missing or cannot be read is no error: it
      * changes nothing, and the next call tries again.
      *
-     * A value longer than 255 bytes is cut to what fits, at a character.
+     * A value longer than 255 bytes is cut to what fits, at a character. The
+     * accessors give empty texts and lists until a usable record was read.
      */
     void loadConfigContent();
 
@@ -212,8 +219,8 @@ class FwManager
      * missing. Waits without limit for the lock. The same value again writes
      * nothing.
      *
-     * On success the new file is on the disk and in its place. On failure the
-     * old file stands; nothing is logged.
+     * The new file is on the disk and in its place then, or on failure the old
+     * one stands. Nothing is logged.
      *
      * @param key    any text in UTF-8 but a NUL, which ends it
      * @param value  likewise
@@ -229,7 +236,8 @@ class FwManager
      *
      * @return 0; -1 when the file cannot be opened or locked; nonzero when the
      *         change could not be written or put in place, and the old file
-     *         stands
+     *         stands (or the new one, if all that failed was to make its place
+     *         on the disk sure)
      */
     int deleteVersionStringFromInfo(std::string key);
 
@@ -348,19 +356,21 @@ class FwManager
     /**
      * Moves the image src/firmware.tar into the slot
      * <root>/<name>/verifying, with the version in the file "version" beside
-     * it. What the slot held is removed first. The image is on the disk there
-     * before the original is removed, and all of it when this returns; that
-     * is what takes the time.
+     * it. What the slot held is removed first; missing directories are
+     * created. Waits until the image is on the disk there before the original
+     * is removed, and then for the version. Needs room for the image twice.
      *
      * Failures are not reported and do not stop what follows: when the image
-     * cannot be copied, the original is removed all the same. So a caller who
-     * needs it looks at the slot, or keeps a copy. Only a missing src is
+     * cannot be copied, the original is removed and the version written all
+     * the same. So a caller who needs the image looks whether
+     * verifying/firmware.tar is whole, or keeps a copy. Only a missing src is
      * logged, as "{NAME}: Backup firmware src path not exists {PATH}", and an
      * area that may not be used, as
      * "{NAME}: Backup firmware dest path not exists {PATH}"; nothing changes
      * then.
      *
-     * @param src      the directory that holds the image; it stays
+     * @param src      the directory that holds the image, outside the backup
+     *                 area; it stays
      * @param version  without blanks: it is read up to the first one
      * @throws as getImageBackupMountStatus()
      */
@@ -368,12 +378,17 @@ class FwManager
 
     /**
      * Makes the image in the slot "verifying" the one in the slot "verified",
-     * in place of what was there, if its version is the one that runs; else
-     * changes nothing. With a slot to look at, logs
-     * "{NAME}: Verify backup firmware: {RUNNING} vs {VERIFYING}" first.
+     * in place of what was there, if its version is the one that runs, to the
+     * byte; else changes nothing. With a slot to look at, logs
+     * "{NAME}: Verify backup firmware: {RUNNING} vs {VERIFYING}" first. The
+     * promotion is on the disk when this returns.
      *
-     * Failures are not reported. Between the removal of the old and the rename
-     * of the new slot a power cut leaves the new one in "verifying".
+     * Only the version is looked at: a slot whose image is missing is promoted
+     * too, and one without a version has the empty one. So do not call it with
+     * an empty version.
+     *
+     * Failures are not reported. A power cut between the removal of the old
+     * slot and the rename of the new one leaves that one in "verifying".
      *
      * @throws as getImageBackupMountStatus()
      */
@@ -388,7 +403,8 @@ class FwManager
 
     /**
      * The versions of the images in both slots. A slot that is missing, or
-     * whose version cannot be read, leaves its argument as it was.
+     * whose version cannot be read, leaves its argument as it was, and so does
+     * an area that may not be used: clear both first.
      * @throws as getImageBackupMountStatus()
      */
     void getBackupImageVersion(std::string& verifying, std::string& verified);
@@ -404,7 +420,8 @@ class FwManager
      * @return 0, or -1 when a call failed, which is logged as
      *         "Init {PURPOSE} available options failed: {ERROR}" (the request
      *         stands then) or as
-     *         "Init {PURPOSE} requested option failed: {ERROR}"
+     *         "Init {PURPOSE} requested option failed: {ERROR}" (the options
+     *         are published then)
      * @throws sdbusplus::exception::SdBusError when the call cannot be made:
      *         no connection, or a name that gives no object path; nothing is
      *         logged then
@@ -414,8 +431,9 @@ class FwManager
     /**
      * The requested update option. Blocks for one bus call.
      *
-     * @return "" when none is requested, and when the call failed, which is
-     *         logged as "Read {PURPOSE} requested option failed: {ERROR}"
+     * @return "" when none is requested, when it is no string, and when the
+     *         call failed, which is logged as
+     *         "Read {PURPOSE} requested option failed: {ERROR}"
      * @throws as initUpdateOption()
      */
     std::string readOption();
@@ -433,7 +451,8 @@ class FwManager
      * there is ignored, but its std::out_of_range leaves the operation.
      *
      * Each returns 0, or -1 when the call failed, which is logged as the text
-     * beside it; nothing else has changed then. Each throws
+     * beside it; the release file and the argument are as they were then
+     * (after a time-out, the property may be set). Each throws
      * sdbusplus::exception::SdBusError when the call cannot be made: no
      * connection, or an object that gives no object path; nothing is logged
      * then.

@@ -41,7 +41,8 @@ namespace objects
 {
 
 inline constexpr auto softwarePrefix = "/xyz/openbmc_project/software/";
-inline constexpr auto biosActive = "/xyz/openbmc_project/software/bios_active";
+/** Behind the prefix: the object that the BIOS release file goes with. */
+inline constexpr auto biosActiveName = "bios_active";
 inline constexpr auto biosStaged = "/xyz/openbmc_project/software/bios_staged";
 inline constexpr auto updateOptionPrefix =
     "/xyz/openbmc_project/software/update_option/";

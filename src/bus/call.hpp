@@ -24,7 +24,7 @@ namespace phosphor::software::updater
 /** An interface of an object at a service. */
 struct DbusInterface
 {
-    std::string service;
+    const char* service;
     std::string path;
     const char* interface;
 };
@@ -50,7 +50,7 @@ template <typename Report>
 int callDbusMethod(sdbusplus::bus_t& bus, const DbusInterface& target,
                    const char* method, Report report)
 {
-    auto call = bus.new_method_call(target.service.c_str(), target.path.c_str(),
+    auto call = bus.new_method_call(target.service, target.path.c_str(),
                                     target.interface, method);
     return reportFailure([&] { bus.call(call); }, report);
 }
@@ -61,7 +61,7 @@ inline sdbusplus::message_t newPropertyCall(sdbusplus::bus_t& bus,
                                             const char* method,
                                             const char* property)
 {
-    auto call = bus.new_method_call(target.service.c_str(), target.path.c_str(),
+    auto call = bus.new_method_call(target.service, target.path.c_str(),
                                     interfaces::properties, method);
     call.append(target.interface, property);
     return call;

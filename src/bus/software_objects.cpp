@@ -64,7 +64,7 @@ DbusInterface softwareObject(const SoftwareProperty& row,
 
 auto logFailure(const SoftwareProperty& row, const std::string& name)
 {
-    return [&](const auto& error) {
+    return [&row, &name](const auto& error) {
         lg2::error(row.failure, "NAME", name, "ERROR", error);
     };
 }
@@ -83,7 +83,7 @@ int publishText(sdbusplus::bus_t& bus, const SoftwareProperty& row,
 {
     const int status = publish(bus, row, name, text);
     if (status == 0 && row.releaseItem != nullptr &&
-        softwareObject(row, name).path == objects::biosActive)
+        name == objects::biosActiveName)
     {
         bmcReleaseFileItemSet(paths::biosRelease, row.releaseItem, text);
     }

@@ -24,21 +24,20 @@ DbusInterface updateOptionOf(const std::string& name)
 int FwManager::initUpdateOption(const std::vector<std::string>& available)
 {
     const auto target = updateOptionOf(name);
-    const auto report = [&](const char* message) {
-        return [this, message](const auto& error) {
-            lg2::error(message, "PURPOSE", name, "ERROR", error);
-        };
-    };
     const int published = setDbusProperty(
-        bus, target, "AvailableOptions", available,
-        report("Init {PURPOSE} available options failed: {ERROR}"));
+        bus, target, "AvailableOptions", available, [&](const auto& error) {
+            lg2::error("Init {PURPOSE} available options failed: {ERROR}",
+                       "PURPOSE", name, "ERROR", error);
+        });
     if (published != 0)
     {
         return published;
     }
     return setDbusProperty(
-        bus, target, requestedOption, std::string(),
-        report("Init {PURPOSE} requested option failed: {ERROR}"));
+        bus, target, requestedOption, std::string(), [&](const auto& error) {
+            lg2::error("Init {PURPOSE} requested option failed: {ERROR}",
+                       "PURPOSE", name, "ERROR", error);
+        });
 }
 
 std::string FwManager::readOption()

@@ -311,6 +311,32 @@ TEST_F(SoftwareObjects, VersionThatCannotBeReadIsLoggedAndKept)
     }
 }
 
+TEST_F(SoftwareObjects, ReplyThatCannotBeReadIsLoggedAndTheVersionKept)
+{
+    services.answer("/xyz/openbmc_project/software/x", "Version",
+                    Answer::body("s", "\"no variant\""));
+    for (const auto& [read, service] : readers)
+    {
+        std::string version = "before";
+        EXPECT_EQ((manager.*read)("x", version), -1);
+        EXPECT_EQ(version, "before");
+        const auto records = logged();
+        ASSERT_EQ(records.size(), 1U);
+        EXPECT_TRUE(records[0].at("MESSAGE").starts_with(
+            "Get x version failed: sd_bus_message_skip variant: "))
+            << records[0].at("MESSAGE");
+    }
+}
+
+TEST_F(SoftwareObjects, MissingReleaseFileIsPrintedAndCreated)
+{
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(manager.setBmcVersion("bios_active", "1.2.3"), 0);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              "Open file /etc/bios-release failed.");
+    EXPECT_EQ(releaseContent(), "VERSION_ID=\"1.2.3\"\n");
+}
+
 using SoftwareObjectsWithoutServices = support::LibraryTest;
 
 TEST_F(SoftwareObjectsWithoutServices, AbsentServiceIsLogged)
@@ -325,6 +351,13 @@ TEST_F(SoftwareObjectsWithoutServices, AbsentServiceIsLogged)
             "sd_bus_call: org.freedesktop.DBus.Error.ServiceUnknown: "));
     }
     EXPECT_FALSE(std::filesystem::exists(releaseFile));
+    for (const auto& [read, service] : readers)
+    {
+        std::string version = "before";
+        EXPECT_EQ((manager.*read)("bios_active", version), -1);
+        EXPECT_EQ(version, "before");
+        EXPECT_EQ(logged().size(), 1U);
+    }
 }
 
 } // namespace

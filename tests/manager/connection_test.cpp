@@ -3,6 +3,7 @@
 #include <libfenmarch.hpp>
 
 #include <optional>
+#include <stdexcept>
 #include <thread>
 
 namespace
@@ -39,6 +40,15 @@ TEST_F(Connection, StaysEndedUntilItsLastManagerIsGone)
     second.reset();
     FwManager anew("BMC");
     EXPECT_EQ(anew.disablePowerOp(), 0);
+}
+
+TEST_F(Connection, EndsWithAConstructorThatThrowsAfterTakingIt)
+{
+    FwManager first("BMC");
+    ASSERT_EQ(first.disablePowerOp(), 0);
+    EXPECT_THROW(FwManager(static_cast<const char*>(nullptr)),
+                 std::logic_error);
+    EXPECT_EQ(first.disablePowerOp(), -1);
 }
 
 TEST_F(Connection, RecordsDoNotNeedIt)

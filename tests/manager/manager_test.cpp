@@ -20,6 +20,22 @@ static_assert(!std::is_polymorphic_v<FwManager>);
 static_assert(std::is_convertible_v<VersionPurpose, FwManager>);
 static_assert(std::is_convertible_v<std::string, FwManager>);
 static_assert(std::is_convertible_v<const char*, FwManager>);
+static_assert(sizeof(VersionPurpose) == 4);
+
+using Text = std::string (FwManager::*)();
+using List = std::vector<std::string> (FwManager::*)();
+static_assert(std::is_same_v<decltype(&FwManager::getWorkMode), Text>);
+static_assert(std::is_same_v<decltype(&FwManager::getImageList), List>);
+static_assert(std::is_same_v<decltype(&FwManager::getImageBackupMount), List>);
+static_assert(std::is_same_v<decltype(&FwManager::getOptions), List>);
+static_assert(std::is_same_v<decltype(&FwManager::getApplyTimeOptions), List>);
+static_assert(std::is_same_v<decltype(&FwManager::getProcGetVersion), Text>);
+static_assert(std::is_same_v<decltype(&FwManager::getProcImageCheck), Text>);
+static_assert(std::is_same_v<decltype(&FwManager::getProcUpdate), Text>);
+static_assert(std::is_same_v<decltype(&FwManager::getProcActive), Text>);
+static_assert(std::is_same_v<decltype(&FwManager::getProcPowerUp), Text>);
+static_assert(std::is_same_v<decltype(&FwManager::getProcPowerDown), Text>);
+
 static_assert(std::is_same_v<decltype(FwManager::purpose), VersionPurpose>);
 static_assert(std::is_same_v<decltype(FwManager::name), std::string>);
 static_assert(std::is_same_v<decltype(FwManager::bus), sdbusplus::bus_t>);
@@ -64,13 +80,16 @@ TEST_F(Manager, MadeFromNothingIsUnknown)
 
 TEST_F(Manager, OtherNameIsKeptAndItsPurposeIsUnknown)
 {
-    const FwManager manager("BIOS");
-    EXPECT_EQ(manager.name, "BIOS");
-    EXPECT_EQ(manager.purpose, VersionPurpose::Unknown);
-    EXPECT_EQ(logged(), std::vector{errorRecord(
-                            "Failed get version purpose from name BIOS!",
-                            "Failed get version purpose from name {NAME}!",
-                            {{"NAME", "BIOS"}})});
+    const auto expectBios = [&](const FwManager& manager) {
+        EXPECT_EQ(manager.name, "BIOS");
+        EXPECT_EQ(manager.purpose, VersionPurpose::Unknown);
+        EXPECT_EQ(logged(), std::vector{errorRecord(
+                                "Failed get version purpose from name BIOS!",
+                                "Failed get version purpose from name {NAME}!",
+                                {{"NAME", "BIOS"}})});
+    };
+    expectBios(FwManager("BIOS"));
+    expectBios(FwManager(std::string("BIOS")));
 }
 
 TEST_F(Manager, PurposeOutsideTheEnumerationLeavesTheConstructor)

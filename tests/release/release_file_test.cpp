@@ -116,6 +116,16 @@ TEST_F(ReleaseFile, FileThatCannotBeReadIsPrintedWithoutALineEnd)
     EXPECT_EQ(entries, (Entries{{"A", "kept"}}));
 }
 
+TEST_F(ReleaseFile, DirectoryHasNoLinesAndCannotBeWritten)
+{
+    Entries entries;
+    EXPECT_EQ(bmcReleaseFileRead(scratch.path, entries), 0);
+    EXPECT_EQ(entries, Entries{});
+    EXPECT_EQ(
+        printed([&] { EXPECT_EQ(bmcReleaseFileWrite(scratch.path, {}), -1); }),
+        "Open file " + scratch.path.string() + " failed.");
+}
+
 TEST_F(ReleaseFile, LargeFileIsReadWhole)
 {
     std::string content;

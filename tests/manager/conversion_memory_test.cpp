@@ -1,0 +1,79 @@
+#include "support/library_test.hpp"
+
+#include <libfenmarch.hpp>
+
+#include <cstdlib>
+#include <new>
+
+namespace
+{
+
+/** Whether the next large allocation fails, once. */
+bool failNext = false;
+
+// The full name of an enumerator is longer than what fits without memory.
+constexpr size_t largeBytes = 32;
+
+} // namespace
+
+[[gnu::noinline]] void* operator new(size_t size)
+{
+    if (failNext && size >= largeBytes)
+    {
+        failNext = false;
+        throw std::bad_alloc();
+    }
+    if (void* const memory = std::malloc(size))
+    {
+        return memory;
+    }
+    throw std::bad_alloc();
+}
+
+[[gnu::noinline]] void operator delete(void* memory) noexcept
+{
+    std::free(memory);
+}
+
+[[gnu::noinline]] void operator delete(void* memory, size_t) noexcept
+{
+    std::free(memory);
+}
+
+namespace
+{
+
+using namespace phosphor::software::updater;
+using support::errorRecord;
+
+using ConversionMemory = support::LibraryTest;
+
+TEST_F(ConversionMemory, PurposeIsLoggedAndHasNoName)
+{
+    failNext = true;
+    EXPECT_EQ(getNameFromVersionPurpose(VersionPurpose::BMC), "");
+    EXPECT_EQ(
+        logged(),
+        std::vector{errorRecord(
+            "Failed get name from version purpose "
+            "xyz.openbmc_project.Software.Version.VersionPurpose.BMC!",
+            "Failed get name from version purpose {PURPOSE}!",
+            {{"PURPOSE",
+              "xyz.openbmc_project.Software.Version.VersionPurpose.BMC"}})});
+}
+
+TEST_F(ConversionMemory, ActivationIsLoggedAndHasNoName)
+{
+    failNext = true;
+    EXPECT_EQ(getNameFromActivations(Activations::Staged), "");
+    EXPECT_EQ(
+        logged(),
+        std::vector{errorRecord(
+            "Failed get name from activation "
+            "xyz.openbmc_project.Software.Activation.Activations.Staged!",
+            "Failed get name from activation {ACTIVATION}!",
+            {{"ACTIVATION",
+              "xyz.openbmc_project.Software.Activation.Activations.Staged"}})});
+}
+
+} // namespace
