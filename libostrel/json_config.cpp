@@ -8,7 +8,6 @@
 #include <string_view>
 
 using ostrel::Document;
-using ostrel::fail;
 using ostrel::guarded;
 using ostrel::require;
 

@@ -18,7 +18,7 @@ constexpr auto no = "no";
 
 int FwManager::saveImageCheckResult(bool result)
 {
-    const auto text = result ? yes : no;
+    const auto* const text = result ? yes : no;
     lg2::info("{NAME}: Save image check result to {RESULT}", "NAME", name,
               "RESULT", text);
     return saveVersionStringFromInfo(records::checkResult, text);
