@@ -267,6 +267,40 @@ TEST_F(ImageBackup, CopyThatFailsStillRemovesTheImageAndWritesTheVersion)
     EXPECT_TRUE(logged().empty());
 }
 
+TEST_F(ImageBackup, VersionThatCannotBeWrittenIsIgnored)
+{
+    constexpr size_t diskBytes = 64 * 1024;
+    fs::create_directories(root);
+    const auto disk = support::Mount::tmpfs(root, diskBytes);
+    const std::string image(diskBytes, 'x');
+    receive(image);
+    backUp("1.0");
+    EXPECT_EQ(support::readFile(verifying / "firmware.tar"), image);
+    EXPECT_EQ(support::readFile(verifying / "version"), "");
+    EXPECT_FALSE(fs::exists(source / "firmware.tar"));
+    EXPECT_TRUE(logged().empty());
+}
+
+TEST_F(ImageBackup, RecordsNameTheCalledOperation)
+{
+    const auto functionOfTheRecord = [&] {
+        const auto records = loggedWhole();
+        EXPECT_EQ(records.size(), 1U);
+        return records.empty() ? "" : records[0].at("CODE_FUNC");
+    };
+    backUp("1.0");
+    EXPECT_NE(functionOfTheRecord().find("backupImage"), std::string::npos);
+    receive("image");
+    configure("");
+    backUp("1.0");
+    EXPECT_NE(functionOfTheRecord().find("backupImage"), std::string::npos);
+    configure(root);
+    backUp("1.0");
+    verify("1.0");
+    EXPECT_NE(functionOfTheRecord().find("verifyBackupImage"),
+              std::string::npos);
+}
+
 TEST_F(ImageBackup, ReadOnlyAreaIsLeftAndTheImageIsRemovedAllTheSame)
 {
     receive("first");

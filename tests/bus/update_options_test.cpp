@@ -134,6 +134,18 @@ TEST_F(UpdateOptions, RequestThatCannotBeReadIsLogged)
             {{"PURPOSE", "Host"}, {"ERROR", "sd_bus_call: a.b.Error: no"}})});
 }
 
+TEST_F(UpdateOptions, ReplyThatCannotBeReadIsLogged)
+{
+    services.answer(biosObject, "RequestedOption",
+                    Answer::body("s", "\"no variant\""));
+    EXPECT_EQ(host.readOption(), "");
+    const auto records = logged();
+    ASSERT_EQ(records.size(), 1U);
+    EXPECT_TRUE(records[0].at("MESSAGE").starts_with(
+        "Read Host requested option failed: sd_bus_message_skip variant: "))
+        << records[0].at("MESSAGE");
+}
+
 TEST_F(UpdateOptions, NameThatGivesNoPathLeavesAsAnException)
 {
     FwManager manager("no path");

@@ -38,9 +38,14 @@ LibraryTest::LibraryTest()
     }
 }
 
+std::vector<JournalRecord> LibraryTest::loggedWhole()
+{
+    return journal.take();
+}
+
 std::vector<JournalRecord> LibraryTest::logged()
 {
-    auto records = journal.take();
+    auto records = loggedWhole();
     for (auto& fields : records)
     {
         std::erase_if(fields, [](const auto& field) {

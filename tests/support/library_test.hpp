@@ -27,6 +27,9 @@ class LibraryTest : public testing::Test
 
     LibraryTest();
 
+    /** What was logged since the last call, with all fields. */
+    std::vector<JournalRecord> loggedWhole();
+
     /**
      * What was logged since the last call, each record without the fields that
      * depend on the source and the process: what is left is MESSAGE,
