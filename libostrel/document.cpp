@@ -1,6 +1,9 @@
 #include "document.hpp"
 
 #include "errors.hpp"
+#include "json_text.hpp"
+
+#include <algorithm>
 
 namespace ostrel
 {
@@ -8,134 +11,132 @@ namespace ostrel
 namespace
 {
 
-/** Passes a result of jansson on. @throws std::system_error when it is null */
-json_t* checkMemory(json_t* value)
+/** The member of this name, or the end. */
+auto member(auto& members, auto name, std::string_view wanted)
 {
-    require(value != nullptr, ENOMEM);
-    return value;
+    return std::ranges::find(members, wanted, name);
 }
 
-/**
- * Runs a call of jansson that takes text, and tells why it failed: jansson
- * itself does not, but when it was the memory then malloc has set errno.
- */
-template <typename Call>
-auto checkText(Call call)
+void requireText(std::string_view text)
 {
-    errno = EILSEQ;
-    const auto result = call();
-    const int error = errno;
-    require(result, error);
-    return result;
+    // The form in which it goes to the file exists for valid text alone.
+    static_cast<void>(stringJson(text));
 }
 
-/** A copy of an object that shares its members. */
-json_t* copy(json_t* object)
+Items& itemsOf(std::vector<Section>& sections, std::string_view name)
 {
-    json_t* const result = checkMemory(json_copy(object));
-    if (json_object_size(result) != json_object_size(object))
+    const auto known = member(sections, &Section::name, name);
+    if (known == sections.end())
     {
-        // jansson leaves a member out when the memory for it is missing.
-        json_decref(result);
-        fail(ENOMEM);
+        sections.push_back({std::string(name), Items()});
+        return std::get<Items>(sections.back().content);
     }
-    return result;
+    auto* const items = std::get_if<Items>(&known->content);
+    require(items != nullptr, EBADMSG);
+    return *items;
 }
 
-json_t* parse(std::string_view text)
+std::string jsonOf(const Item& item)
 {
-    // NULs are let in, because other members of the document are not ours to
-    // refuse.
-    constexpr size_t flags = JSON_REJECT_DUPLICATES | JSON_ALLOW_NUL;
-    json_error_t error{};
-    json_t* const root = json_loadb(text.data(), text.size(), flags, &error);
-    if (root == nullptr)
+    const auto* const text = std::get_if<std::string>(&item.value);
+    return stringJson(item.key) + ':' +
+           (text != nullptr ? stringJson(*text)
+                            : std::get<Foreign>(item.value).json);
+}
+
+/** An object of members, whose texts the function makes. */
+std::string objectOf(const auto& members, auto json)
+{
+    std::string text = "{";
+    for (const auto& each : members)
     {
-        // jansson leaves the code unset where an object could not be made.
-        const auto code = json_error_code(&error);
-        fail(code == json_error_out_of_memory || code == json_error_unknown
-                 ? ENOMEM
-                 : EBADMSG);
+        text += (text.size() == 1 ? "" : ",") + json(each);
     }
-    return root;
+    return text + '}';
+}
+
+std::string jsonOf(const Section& section)
+{
+    const auto* const items = std::get_if<Items>(&section.content);
+    return stringJson(section.name) + ':' +
+           (items != nullptr
+                ? objectOf(*items,
+                           [](const Item& item) { return jsonOf(item); })
+                : std::get<Foreign>(section.content).json);
 }
 
 } // namespace
 
-Document::Document() : root(checkMemory(json_object()))
+Document::Document(std::vector<Section> known) noexcept :
+    sections(std::move(known))
 {
 }
 
-Document::Document(std::string_view text) : root(parse(text))
-{
-    require(json_is_object(root.get()), EBADMSG);
-}
-
-Document::Document(Value object) noexcept : root(std::move(object))
-{
-}
-
-bool Document::has(const char* section, const char* key) const noexcept
+bool Document::has(std::string_view section,
+                   std::string_view key) const noexcept
 {
     return get(section, key) != nullptr;
 }
 
-std::optional<std::string_view> Document::find(const char* section,
-                                               const char* key) const noexcept
+std::optional<std::string_view>
+Document::find(std::string_view section, std::string_view key) const noexcept
 {
-    const json_t* const item = get(section, key);
-    if (!json_is_string(item))
+    const Item* const item = get(section, key);
+    const auto* const text =
+        item != nullptr ? std::get_if<std::string>(&item->value) : nullptr;
+    return text != nullptr ? std::optional<std::string_view>(*text)
+                           : std::nullopt;
+}
+
+const Item* Document::get(std::string_view section,
+                          std::string_view key) const noexcept
+{
+    const auto known = member(sections, &Section::name, section);
+    const auto* const items =
+        known != sections.end() ? std::get_if<Items>(&known->content) : nullptr;
+    if (items == nullptr)
     {
-        return std::nullopt;
+        return nullptr;
     }
-    return std::string_view(json_string_value(item), json_string_length(item));
+    const auto item = member(*items, &Item::key, key);
+    return item != items->end() ? &*item : nullptr;
 }
 
-const json_t* Document::get(const char* section, const char* key) const noexcept
+Document Document::with(std::string_view section, std::string_view key,
+                        std::string_view value) const
 {
-    return json_object_get(json_object_get(root.get(), section), key);
+    for (const auto text : {section, key, value})
+    {
+        requireText(text);
+    }
+    Document changed(*this);
+    Items& items = itemsOf(changed.sections, section);
+    const auto known = member(items, &Item::key, key);
+    if (known != items.end())
+    {
+        known->value = std::string(value);
+    }
+    else
+    {
+        items.push_back({std::string(key), std::string(value)});
+    }
+    return changed;
 }
 
-Document Document::with(const char* section, const char* key,
-                        const char* value) const
+Document Document::without(std::string_view section, std::string_view key) const
 {
-    json_t* const old = json_object_get(root.get(), section);
-    require(old == nullptr || json_is_object(old), EBADMSG);
-
-    Value content(old != nullptr ? copy(old) : checkMemory(json_object()));
-    Value item(checkText([&] { return json_string(value); }));
-    checkText(
-        [&] { return json_object_set(content.get(), key, item.get()) == 0; });
-    return replacing(section, std::move(content));
-}
-
-Document Document::without(const char* section, const char* key) const
-{
-    Value content(copy(json_object_get(root.get(), section)));
-    json_object_del(content.get(), key);
-    return replacing(section, std::move(content));
-}
-
-Document Document::replacing(const char* section, Value content) const
-{
-    Value changed(copy(root.get()));
-    checkText([&] {
-        return json_object_set(changed.get(), section, content.get()) == 0;
-    });
-    return Document(std::move(changed));
+    Document changed(*this);
+    std::erase_if(itemsOf(changed.sections, section),
+                  [&](const Item& item) { return item.key == key; });
+    return changed;
 }
 
 std::string Document::text() const
 {
-    // Into a buffer of ours: where jansson grows its own, it does not look
-    // whether the memory for a key was there.
-    constexpr size_t flags = JSON_INDENT(4);
-    std::string text(json_dumpb(root.get(), nullptr, 0, flags), '\0');
-    require(json_dumpb(root.get(), text.data(), text.size(), flags) ==
-                    text.size() &&
-                !text.empty(),
-            ENOMEM);
-    return text + '\n';
+    return indented(objectOf(
+               sections,
+               [](const Section& section) { return jsonOf(section); })) +
+           '\n';
 }
 
 } // namespace ostrel

@@ -1,5 +1,6 @@
 #include "json_config.hpp"
 
+#include "document_reader.hpp"
 #include "errors.hpp"
 #include "libostrel.h"
 #include "regular_file.hpp"
@@ -17,12 +18,12 @@ namespace
 constexpr int success = 0;
 constexpr int failed = -1;
 
-Document readDocument(const json_config& config)
+Document readFile(const json_config& config)
 {
     const auto text = ostrel::readRegularFile(config.path);
     if (text && !text->empty())
     {
-        return Document(*text);
+        return ostrel::readDocument(*text);
     }
     require(config.lock.has_value(), ENOENT);
     return Document();
@@ -86,7 +87,7 @@ json_config_t* json_config_load(const char* path, const char* lock_path,
         {
             config->lock.emplace(lock_path);
         }
-        config->document = readDocument(*config);
+        config->document = readFile(*config);
         return config.release();
     });
 }

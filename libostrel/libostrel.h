@@ -18,9 +18,7 @@
  * exception out. A handle is used by one thread at a time.
  *
  * Beside the values listed with each function, errno is ENOMEM when memory
- * runs out, and else what the system call that failed has set. (The parser
- * underneath does not check every allocation: a load that runs out of memory
- * can also fail with EBADMSG, or worse. See docs/decisions.md.)
+ * runs out, and else what the system call that failed has set.
  */
 #ifndef LIBOSTREL_H
 #define LIBOSTREL_H
@@ -64,9 +62,9 @@ typedef struct json_config json_config_t;
  *         EINVAL   path is null or flags is not 0
  *         ENOENT   no lock path, and the file is missing or empty
  *         EBADMSG  the file is no JSON (RFC 8259) in UTF-8 with an object at
- *                  its root, has a key twice in one object or a NUL in a key,
- *                  a number outside the range of a double or of 64 bits, or
- *                  is nested deeper than 2048
+ *                  its root, starts with a byte order mark, has a key twice in
+ *                  one object, a number outside the range of a double, or more
+ *                  than 2048 levels of objects and arrays
  *         EISDIR   path or lock_path is a directory
  *         ENOTSUP  path is a FIFO, a device or another file without content
  *         ENXIO    path is a socket
@@ -93,8 +91,7 @@ int json_config_get_string(json_config_t* config, const char* section,
 /**
  * Sets an item, creating it and its section where they are missing and
  * replacing a value of another type. Everything else in the document keeps its
- * value and its place; a real number is kept as a double. Setting the string
- * that is already there does nothing.
+ * value and its place. Setting the string that is already there does nothing.
  *
  * The new document is written to the disk at once, beside the old one as
  * `<file>.tmp`, with the mode and the owner of the old file (a new file has

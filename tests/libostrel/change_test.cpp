@@ -2,6 +2,9 @@
 
 #include <unistd.h>
 
+#include <clocale>
+#include <cstdlib>
+
 namespace
 {
 
@@ -85,20 +88,47 @@ TEST_F(Set, EverythingElseKeepsItsValueAndPlace)
 )");
 }
 
-TEST_F(Set, RealNumbersKeepTheirValueAsADouble)
-{
-    support::writeFile(document, R"({"x":[0.1,1E2]})");
-    ASSERT_EQ(set("a", "b", "c"), std::pair(0, 0));
-    EXPECT_EQ(support::readFile(document), R"({
+constexpr auto numbers = R"({
     "x": [
-        0.10000000000000001,
-        100.0
+        0.1,
+        1E2,
+        -1.50e-07,
+        123456789012345678901234567890,
+        18446744073709551615,
+        -1
     ],
     "a": {
-        "b": "c"
+        "number": 0.25
     }
 }
-)");
+)";
+
+TEST_F(Set, NumbersStayAsTheyAreWritten)
+{
+    support::writeFile(document, numbers);
+    ASSERT_EQ(set("a", "b", "c"), std::pair(0, 0));
+    EXPECT_EQ(deleteItem("a", "b"), 0);
+    EXPECT_EQ(support::readFile(document), numbers);
+}
+
+TEST_F(Set, NumbersKeepTheirPointInALocaleThatHasAnother)
+{
+    support::writeFile(scratch.path / "definition", "LC_NUMERIC\n"
+                                                    "decimal_point \",\"\n"
+                                                    "thousands_sep \"\"\n"
+                                                    "grouping -1\n"
+                                                    "END LC_NUMERIC\n");
+    // It complains of all that is not defined, and makes the rest.
+    support::run({"localedef", "--force", "--inputfile",
+                  scratch.path / "definition", scratch.path / "comma"});
+    ASSERT_EQ(setenv("LOCPATH", scratch.path.c_str(), 1), 0);
+    ASSERT_NE(std::setlocale(LC_NUMERIC, "comma"), nullptr);
+
+    support::writeFile(document, numbers);
+    EXPECT_EQ(set("a", "b", "c"), std::pair(0, 0));
+    EXPECT_EQ(deleteItem("a", "b"), 0);
+    std::setlocale(LC_NUMERIC, "C");
+    EXPECT_EQ(support::readFile(document), numbers);
 }
 
 TEST_F(Set, NewItemsAndSectionsComeLast)

@@ -79,6 +79,19 @@ TEST_F(Load, ReadingTouchesNothing)
               std::vector<std::string>{"document.json"});
 }
 
+/** A document of so many levels. */
+std::string nested(size_t levels)
+{
+    return "{\"a\":" + std::string(levels - 1, '[') +
+           std::string(levels - 1, ']') + "}";
+}
+
+TEST_F(Load, DeepDocumentsAreRead)
+{
+    support::writeFile(document, nested(2048));
+    EXPECT_NE(loadReadOnly(), nullptr);
+}
+
 class UnusableContent : public StoreTest,
                         public testing::WithParamInterface<std::string>
 {
@@ -102,17 +115,18 @@ TEST_P(UnusableContent, GivesNoHandleAndFreesTheLock)
 
 INSTANTIATE_TEST_SUITE_P(
     Documents, UnusableContent,
-    testing::Values(
-        "{", "   ", R"({"a":{"b":"c"})", R"({"a":{"b":"c"}} x)",
-        R"({"a":{"b":"c"}}{})", "[]", R"(["a"])", R"("text")", "7", "null",
-        R"({"a":{},"a":{}})", R"({"a":{"b":"1","b":"2"}})",
-        R"({"a":{"b":{"c":1,"c":2}}})", R"({'a':{}})", R"({"a":{},})",
-        "{\"a\":{\"b\":\"\xff\"}}", "{\"a\":{\"b\":\"\xc3\"}}",
-        "{\"a\":{\"b\":\"\xed\xa0\x80\"}}", "{\"a\":{\"b\":\"x\ny\"}}",
-        "\xef\xbb\xbf{}", R"({"a\u0000":{}})",
-        R"({"a":{"b":123456789012345678901234567890}})", R"({"a":{"b":1e999}})",
-        std::string("{}\0", 3), std::string(1 << 20, '['),
-        "{\"a\":" + std::string(4096, '[') + std::string(4096, ']') + "}"));
+    testing::Values("{", "   ", R"({"a":{"b":"c"})", R"({"a":{"b":"c"}} x)",
+                    R"({"a":{"b":"c"}}{})", "[]", R"(["a"])", R"("text")", "7",
+                    "null", R"({"a":{},"a":{}})", R"({"a":{"b":"1","b":"2"}})",
+                    R"({"a":{"b":{"c":1,"c":2}}})", R"({'a':{}})",
+                    R"({"a":{},})", "{\"a\":{\"b\":\"\xff\"}}",
+                    "{\"a\":{\"b\":\"\xc3\"}}",
+                    "{\"a\":{\"b\":\"\xed\xa0\x80\"}}",
+                    "{\"a\":{\"b\":\"x\ny\"}}", "\xef\xbb\xbf{}",
+                    R"({"a\u0000":{},"a\u0000":{}})", R"({"a":{"b":1e999}})",
+                    R"({"a":{"b":[{"c":1,"c":2}]}})", std::string("{}\0", 3),
+                    std::string("{}\0{}", 5), std::string(64, '\0'),
+                    std::string(1 << 20, '['), nested(2049)));
 
 TEST_F(Load, DirectoryInPlaceOfTheFile)
 {

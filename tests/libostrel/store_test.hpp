@@ -56,6 +56,14 @@ class StoreTest : public testing::Test
         return {result, json_config_release(config.release())};
     }
 
+    /** One deletion from load to release; the result of the release. */
+    int deleteItem(const char* section, const char* key) const
+    {
+        Handle config = load();
+        EXPECT_EQ(json_config_delete_item(config.get(), section, key), 0);
+        return json_config_release(config.release());
+    }
+
     /** The string of an item, or "(none)". */
     static std::string get(const Handle& config, const char* section,
                            const char* key)
