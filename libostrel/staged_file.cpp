@@ -29,10 +29,14 @@ fs::path followLinks(fs::path file)
     constexpr int mostLinks = 40;
     for (int links = 0; links <= mostLinks; ++links)
     {
-        std::error_code notALink;
-        const fs::path target = fs::read_symlink(file, notALink);
-        if (notALink)
+        std::error_code error;
+        const fs::path target = fs::read_symlink(file, error);
+        if (error)
         {
+            // Nothing else shows that the file is no link.
+            require(error == std::errc::invalid_argument ||
+                        error == std::errc::no_such_file_or_directory,
+                    error.value());
             return file;
         }
         file = file.parent_path() / target;
