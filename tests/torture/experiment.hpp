@@ -1,0 +1,62 @@
+#pragma once
+
+#include <cstddef>
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace torture
+{
+
+/** How an experiment is run. */
+struct Plan
+{
+    /** A part of it, small enough for every day. */
+    bool quick = false;
+    /** The mechanism that is broken on purpose; empty for none. */
+    std::string sabotage;
+
+    [[nodiscard]] bool breaks(std::string_view mechanism) const
+    {
+        return sabotage == mechanism;
+    }
+};
+
+/** What an experiment did and what it found. */
+class Report
+{
+  public:
+    /** Adds to a figure of the table, such as "kills". */
+    void count(const std::string& figure, size_t howMany = 1);
+
+    /** Something that must not happen did. */
+    void loss(const std::string& what);
+
+    [[nodiscard]] const std::vector<std::string>& losses() const
+    {
+        return found;
+    }
+
+    /** In the order in which they were counted first: "20000 kills, ...". */
+    [[nodiscard]] std::string figures() const;
+
+  private:
+    std::vector<std::pair<std::string, size_t>> counted;
+    std::vector<std::string> found;
+};
+
+struct Experiment
+{
+    std::string_view name;
+    /** What must hold, in a line. */
+    std::string_view claim;
+    /** The mechanisms that can be broken; each has to be noticed. */
+    std::vector<std::string_view> sabotages;
+    void (*run)(const Plan&, Report&);
+};
+
+/** All of them, in the order of the table. */
+const std::vector<Experiment>& experiments();
+
+} // namespace torture

@@ -1,0 +1,14 @@
+#include "experiments.hpp"
+
+namespace torture
+{
+
+const std::vector<Experiment>& experiments()
+{
+    static const std::vector<Experiment> all{
+        failingCalls,
+    };
+    return all;
+}
+
+} // namespace torture

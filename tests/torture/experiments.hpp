@@ -1,0 +1,10 @@
+#pragma once
+
+#include "experiment.hpp"
+
+namespace torture
+{
+
+extern const Experiment failingCalls;
+
+} // namespace torture

@@ -1,0 +1,323 @@
+#include "experiments.hpp"
+#include "operations.hpp"
+#include "supervised.hpp"
+
+#include <fcntl.h>
+#include <sys/file.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <set>
+
+namespace torture
+{
+
+namespace
+{
+
+using phosphor::software::updater::FwManager;
+using support::Descriptor;
+
+constexpr auto stateDirectory = "/usr/share/firmware";
+
+/** Stands for a write that writes one byte alone. */
+constexpr int shortWrite = 0;
+
+/** Calls of the allocator and of locks within the process: their failures are
+ *  those of memory, which is an experiment of its own. */
+bool isOfMemory(std::string_view call)
+{
+    static const std::set<std::string_view> names{
+        "brk", "mmap", "munmap", "mremap", "madvise", "mprotect", "futex"};
+    return names.contains(call);
+}
+
+/** A place in an operation, and what goes wrong there. */
+struct Fault
+{
+    size_t call = SIZE_MAX;
+    int error = 0;
+    bool fromThereOn = false;
+};
+
+/** One run of an operation, and what it did to its process. */
+struct Run
+{
+    std::vector<std::string> calls;
+    std::vector<std::string> spoiled;
+    std::optional<std::string> told;
+    size_t descriptorsBefore = 0;
+    size_t descriptorsAfter = 0;
+    bool lockFree = true;
+    int status = 0;
+};
+
+bool lockIsFree()
+{
+    const Descriptor lock(
+        ::open("/run/lock/firmware/version.lock", O_RDONLY | O_CLOEXEC));
+    return !lock || ::flock(lock.get(), LOCK_EX | LOCK_NB) == 0;
+}
+
+bool isBroken(const Plan& plan, const std::string& call)
+{
+    return (plan.breaks("no-unlink") && call == "unlinkat") ||
+           (plan.breaks("no-close") && call == "close") ||
+           (plan.breaks("no-fsync") && call == "fsync");
+}
+
+/** Decides on a call. @return whether it is spoiled */
+bool decide(Supervised& child, const SystemCall& call, const Plan& plan,
+            const Fault& fault, size_t number)
+{
+    const bool struck =
+        !isOfMemory(call.name) &&
+        (number == fault.call || (fault.fromThereOn && number > fault.call));
+    if (isBroken(plan, call.name))
+    {
+        child.pretend(0);
+    }
+    else if (!struck)
+    {
+        child.proceed();
+    }
+    else if (fault.error == shortWrite)
+    {
+        child.writeOneByte(call);
+    }
+    else
+    {
+        child.fail(fault.error);
+    }
+    return struck;
+}
+
+Run runOnce(const Operation& operation, const Plan& plan, const Fault& fault)
+{
+    FwManager manager("BMC");
+    Supervised child([&] { return operation.run(manager); });
+    Run run;
+    while (const auto call = child.next())
+    {
+        if (run.calls.empty())
+        {
+            run.descriptorsBefore = child.descriptors().size();
+        }
+        if (decide(child, *call, plan, fault, run.calls.size()))
+        {
+            run.spoiled.push_back(call->name);
+        }
+        run.calls.push_back(call->name);
+    }
+    run.told = child.told();
+    if (run.told)
+    {
+        run.descriptorsAfter = child.descriptors().size();
+        run.lockFree = lockIsFree();
+    }
+    run.status = child.wait();
+    return run;
+}
+
+/** How the operation ends when this call fails. */
+const Outcome& outcomeOf(const Operation& operation,
+                         const std::vector<std::string>& calls, size_t number)
+{
+    const auto& name = calls[number];
+    const auto occurrence = static_cast<size_t>(std::ranges::count(
+        calls.begin(), calls.begin() + static_cast<long>(number) + 1, name));
+    for (const auto& row : operation.rows)
+    {
+        if (row.call == name &&
+            (row.occurrence == 0 || row.occurrence == occurrence))
+        {
+            return row.outcome;
+        }
+    }
+    return isOfMemory(name) ? operation.unharmed : operation.refused;
+}
+
+/** What a fault may lead to. */
+std::vector<Outcome> allowed(const Operation& operation,
+                             const std::vector<std::string>& calls,
+                             const Fault& fault)
+{
+    // Those that are made again when a signal interrupts them.
+    static const std::set<std::string> repeated{"flock", "read", "write"};
+    const bool isRepeated = repeated.contains(calls[fault.call]);
+    if (fault.error == shortWrite || (fault.error == EINTR && isRepeated))
+    {
+        return {operation.unharmed};
+    }
+    if (!fault.fromThereOn)
+    {
+        return {outcomeOf(operation, calls, fault.call)};
+    }
+    std::vector<Outcome> outcomes = operation.lasting;
+    for (size_t number = fault.call; number < calls.size(); ++number)
+    {
+        const auto& outcome = outcomeOf(operation, calls, number);
+        if (outcome != operation.unharmed)
+        {
+            outcomes.push_back(outcome);
+            if (operation.lasting.empty())
+            {
+                return outcomes;
+            }
+        }
+    }
+    outcomes.push_back(operation.unharmed);
+    return outcomes;
+}
+
+/** Without what differs from run to run. */
+std::string summary(const std::string& told)
+{
+    return told.starts_with("threw") ? told.substr(0, told.find(':')) : told;
+}
+
+bool temporaryLeft()
+{
+    return std::filesystem::exists(std::string(stateDirectory) +
+                                   "/version.json.tmp");
+}
+
+class Examination
+{
+  public:
+    Examination(const Operation& examined, const Plan& how, Report& to) :
+        operation(examined), plan(how), report(to)
+    {
+    }
+
+    void run()
+    {
+        const Run whole = runAfter({});
+        expect({operation.unharmed}, whole, "no fault");
+        for (size_t call = 0; call < whole.calls.size(); ++call)
+        {
+            if (isOfMemory(whole.calls[call]))
+            {
+                continue;
+            }
+            report.count("calls");
+            // Every day the two that the library tells apart.
+            for (const int error : plan.quick
+                                       ? std::vector{EIO, EINTR}
+                                       : std::vector{EIO, ENOSPC, EROFS, EINTR,
+                                                     EMFILE, ENOMEM, EACCES})
+            {
+                strike(whole.calls, {call, error, false});
+                if (error != EINTR)
+                {
+                    strike(whole.calls, {call, error, true});
+                }
+            }
+            if (whole.calls[call] == "write")
+            {
+                strike(whole.calls, {call, shortWrite, false});
+            }
+        }
+    }
+
+  private:
+    Run runAfter(const Fault& fault)
+    {
+        operation.prepare();
+        report.count("runs");
+        return runOnce(operation, plan, fault);
+    }
+
+    void strike(const std::vector<std::string>& calls, const Fault& fault)
+    {
+        const auto what =
+            calls[fault.call] + " (call " + std::to_string(fault.call) + ") " +
+            (fault.error == shortWrite ? "is short"
+                                       : ::strerrorname_np(fault.error)) +
+            (fault.fromThereOn ? " and all after" : "");
+        const Run run = runAfter(fault);
+        expect(allowed(operation, calls, fault), run, what);
+        expectNothingLeft(run, what);
+        expectTheNextWorks(what);
+    }
+
+    void expect(const std::vector<Outcome>& outcomes, const Run& run,
+                const std::string& what)
+    {
+        const Outcome seen{summary(run.told.value_or("(died)")),
+                           operation.look()};
+        if (run.status != 0 ||
+            std::ranges::find(outcomes, seen) == outcomes.end())
+        {
+            lose(what, "told " + seen.told + ", files " + seen.files);
+        }
+    }
+
+    void expectNothingLeft(const Run& run, const std::string& what)
+    {
+        const auto spoiled = [&](const char* name) {
+            return static_cast<size_t>(std::ranges::count(run.spoiled, name));
+        };
+        if (run.descriptorsAfter > run.descriptorsBefore + spoiled("close"))
+        {
+            lose(what, "descriptor leaked");
+        }
+        if (!run.lockFree && spoiled("close") == 0)
+        {
+            lose(what, "lock kept");
+        }
+        if (temporaryLeft() && spoiled("unlinkat") == 0)
+        {
+            lose(what, "temporary left");
+        }
+    }
+
+    void expectTheNextWorks(const std::string& what)
+    {
+        operation.repair();
+        FwManager manager("BMC");
+        const Outcome next{operation.run(manager), operation.look()};
+        if (next != operation.unharmed)
+        {
+            lose(what, "the next told " + next.told + ", files " + next.files);
+        }
+        if (manager.saveVersionStringFromInfo("next", "works") != 0 ||
+            manager.getVersionStringFromInfo("next") != "works" ||
+            temporaryLeft())
+        {
+            lose(what, "no save after it");
+        }
+    }
+
+    void lose(const std::string& fault, const std::string& what)
+    {
+        report.loss(std::string(operation.name) + ", " + fault + ": " + what);
+    }
+
+    const Operation& operation;
+    const Plan& plan;
+    Report& report;
+};
+
+void run(const Plan& plan, Report& report)
+{
+    // The connection to the journal is made once in a process.
+    FwManager("BMC").saveUpdateState("idle");
+    for (const auto& operation : operations())
+    {
+        Examination(operation, plan, report).run();
+    }
+}
+
+} // namespace
+
+const Experiment failingCalls{
+    .name = "failing-calls",
+    .claim = "whichever system call fails, nothing is lost and it is told",
+    .sabotages = {"no-fsync", "no-unlink", "no-close"},
+    .run = run,
+};
+
+} // namespace torture

@@ -1,0 +1,177 @@
+/**
+ * Puts the library through what happens to machines:
+ *
+ *   torture [--quick] [--sabotage MECHANISM] [EXPERIMENT...]
+ *   torture --prove [EXPERIMENT...]
+ *   torture --list
+ *
+ * Exit status: 0 when nothing was lost, 1 when something was (with --prove:
+ * when a broken mechanism was not noticed), 2 when it could not be run.
+ */
+#include "experiment.hpp"
+#include "support/sandbox.hpp"
+
+#include <algorithm>
+#include <chrono>
+#include <exception>
+#include <iomanip>
+#include <iostream>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace
+{
+
+using namespace torture;
+
+constexpr int held = 0;
+constexpr int lost = 1;
+constexpr int notRun = 2;
+
+struct Arguments
+{
+    Plan plan;
+    bool list = false;
+    bool prove = false;
+    std::vector<Experiment> chosen;
+};
+
+void choose(Arguments& arguments, const std::string& name)
+{
+    const auto known =
+        std::ranges::find(experiments(), name, &Experiment::name);
+    if (known == experiments().end())
+    {
+        throw std::invalid_argument("no experiment " + name);
+    }
+    arguments.chosen.push_back(*known);
+}
+
+void keepThoseThatKnow(std::vector<Experiment>& chosen,
+                       const std::string& sabotage)
+{
+    std::erase_if(chosen, [&](const Experiment& experiment) {
+        return !sabotage.empty() &&
+               std::ranges::find(experiment.sabotages, sabotage) ==
+                   experiment.sabotages.end();
+    });
+    if (chosen.empty())
+    {
+        throw std::invalid_argument("no sabotage " + sabotage);
+    }
+}
+
+Arguments readArguments(const std::vector<std::string>& words)
+{
+    Arguments arguments;
+    for (auto word = words.begin(); word != words.end(); ++word)
+    {
+        if (*word == "--quick")
+        {
+            arguments.plan.quick = true;
+        }
+        else if (*word == "--list")
+        {
+            arguments.list = true;
+        }
+        else if (*word == "--prove")
+        {
+            arguments.prove = true;
+        }
+        else if (*word == "--sabotage" && word + 1 != words.end())
+        {
+            arguments.plan.sabotage = *++word;
+        }
+        else
+        {
+            choose(arguments, *word);
+        }
+    }
+    if (arguments.chosen.empty())
+    {
+        arguments.chosen = experiments();
+    }
+    keepThoseThatKnow(arguments.chosen, arguments.plan.sabotage);
+    return arguments;
+}
+
+void list(const std::vector<Experiment>& chosen)
+{
+    for (const auto& experiment : chosen)
+    {
+        std::cout << experiment.name << ": " << experiment.claim << '\n';
+        for (const auto& sabotage : experiment.sabotages)
+        {
+            std::cout << "    --sabotage " << sabotage << '\n';
+        }
+    }
+}
+
+Report run(const Experiment& experiment, const Plan& plan)
+{
+    std::cout << experiment.name << ": " << experiment.claim
+              << (plan.sabotage.empty() ? "" : " - with " + plan.sabotage)
+              << std::endl;
+    Report report;
+    const auto start = std::chrono::steady_clock::now();
+    experiment.run(plan, report);
+    const std::chrono::duration<double> took =
+        std::chrono::steady_clock::now() - start;
+    std::cout << "    " << report.figures() << "; " << report.losses().size()
+              << " lost; " << std::fixed << std::setprecision(1) << took.count()
+              << " s" << std::endl;
+    return report;
+}
+
+int torment(const Arguments& arguments)
+{
+    size_t losses = 0;
+    for (const auto& experiment : arguments.chosen)
+    {
+        losses += run(experiment, arguments.plan).losses().size();
+    }
+    std::cout << losses << " lost" << std::endl;
+    return losses == 0 ? held : lost;
+}
+
+/** Each experiment with each of its mechanisms broken, one at a time. */
+int prove(const std::vector<Experiment>& chosen)
+{
+    size_t noticed = 0;
+    size_t missed = 0;
+    for (const auto& experiment : chosen)
+    {
+        for (const auto& sabotage : experiment.sabotages)
+        {
+            const auto report = run(
+                experiment, {.quick = true, .sabotage = std::string(sabotage)});
+            ++(report.losses().empty() ? missed : noticed);
+        }
+    }
+    std::cout << noticed << " sabotages noticed, " << missed << " missed"
+              << std::endl;
+    return missed == 0 ? held : lost;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    try
+    {
+        const auto arguments = readArguments({argv + 1, argv + argc});
+        if (arguments.list)
+        {
+            list(arguments.chosen);
+            return held;
+        }
+        support::enterSandbox();
+        return arguments.prove ? prove(arguments.chosen) : torment(arguments);
+    }
+    catch (const std::exception& e)
+    {
+        std::cerr << "torture: " << e.what() << '\n';
+        return notRun;
+    }
+}

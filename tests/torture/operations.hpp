@@ -1,0 +1,53 @@
+#pragma once
+
+#include <libfenmarch.hpp>
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace torture
+{
+
+/** What an operation told, and what the files hold after it, in words. */
+struct Outcome
+{
+    std::string told;
+    std::string files;
+
+    bool operator==(const Outcome&) const = default;
+};
+
+/** A system call whose failure does not end the operation as most do. */
+struct Row
+{
+    std::string_view call;
+    /** Which of its calls of this name, from 1; 0 for all of them. */
+    size_t occurrence;
+    Outcome outcome;
+};
+
+/** An operation of the library on its files, and how it may end. */
+struct Operation
+{
+    std::string_view name;
+    /** Puts the files into the state before. */
+    void (*prepare)();
+    /** Runs it; the text is what it told. */
+    std::string (*run)(phosphor::software::updater::FwManager&);
+    /** Says what the files hold. */
+    std::string (*look)();
+    Outcome unharmed;
+    /** How it ends when a system call fails, but for the rows. */
+    Outcome refused;
+    std::vector<Row> rows = {};
+    /** How it may end when all calls fail from one on; when empty, the first
+     *  that does not leave it unharmed decides. */
+    std::vector<Outcome> lasting = {};
+    /** What a caller does before the next try. */
+    void (*repair)() = [] {};
+};
+
+const std::vector<Operation>& operations();
+
+} // namespace torture
