@@ -6,5 +6,6 @@ namespace torture
 {
 
 extern const Experiment failingCalls;
+extern const Experiment kills;
 
 } // namespace torture

@@ -2,13 +2,9 @@
 #include "operations.hpp"
 #include "supervised.hpp"
 
-#include <fcntl.h>
-#include <sys/file.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <filesystem>
 #include <set>
 
 namespace torture
@@ -18,9 +14,6 @@ namespace
 {
 
 using phosphor::software::updater::FwManager;
-using support::Descriptor;
-
-constexpr auto stateDirectory = "/usr/share/firmware";
 
 /** Stands for a write that writes one byte alone. */
 constexpr int shortWrite = 0;
@@ -53,13 +46,6 @@ struct Run
     bool lockFree = true;
     int status = 0;
 };
-
-bool lockIsFree()
-{
-    const Descriptor lock(
-        ::open("/run/lock/firmware/version.lock", O_RDONLY | O_CLOEXEC));
-    return !lock || ::flock(lock.get(), LOCK_EX | LOCK_NB) == 0;
-}
 
 bool isBroken(const Plan& plan, const std::string& call)
 {
@@ -97,7 +83,7 @@ bool decide(Supervised& child, const SystemCall& call, const Plan& plan,
 Run runOnce(const Operation& operation, const Plan& plan, const Fault& fault)
 {
     FwManager manager("BMC");
-    Supervised child([&] { return operation.run(manager); });
+    Supervised child([&] { return tell(operation, manager); });
     Run run;
     while (const auto call = child.next())
     {
@@ -172,18 +158,6 @@ std::vector<Outcome> allowed(const Operation& operation,
     return outcomes;
 }
 
-/** Without what differs from run to run. */
-std::string summary(const std::string& told)
-{
-    return told.starts_with("threw") ? told.substr(0, told.find(':')) : told;
-}
-
-bool temporaryLeft()
-{
-    return std::filesystem::exists(std::string(stateDirectory) +
-                                   "/version.json.tmp");
-}
-
 class Examination
 {
   public:
@@ -246,8 +220,7 @@ class Examination
     void expect(const std::vector<Outcome>& outcomes, const Run& run,
                 const std::string& what)
     {
-        const Outcome seen{summary(run.told.value_or("(died)")),
-                           operation.look()};
+        const Outcome seen{run.told.value_or("(died)"), operation.look()};
         if (run.status != 0 ||
             std::ranges::find(outcomes, seen) == outcomes.end())
         {
@@ -278,7 +251,7 @@ class Examination
     {
         operation.repair();
         FwManager manager("BMC");
-        const Outcome next{operation.run(manager), operation.look()};
+        const Outcome next{tell(operation, manager), operation.look()};
         if (next != operation.unharmed)
         {
             lose(what, "the next told " + next.told + ", files " + next.files);

@@ -1,7 +1,13 @@
 #include "operations.hpp"
 
+#include "support/descriptor.hpp"
 #include "support/files.hpp"
 
+#include <fcntl.h>
+#include <sys/file.h>
+
+#include <algorithm>
+#include <exception>
 #include <filesystem>
 #include <map>
 
@@ -16,6 +22,8 @@ using namespace phosphor::software::updater;
 using support::readFile;
 using support::writeFile;
 
+constexpr auto stateDirectory = "/usr/share/firmware";
+constexpr auto stateLock = "/run/lock/firmware/version.lock";
 constexpr auto stateFile = "/usr/share/firmware/version.json";
 constexpr auto configFile = "/etc/default/firmware/config.json";
 constexpr auto releaseFile = "/etc/bios-release";
@@ -47,9 +55,19 @@ std::string stateDocument(const std::string& item)
            item + "        \"last\": \"stays\"\n    }\n}\n";
 }
 
+/** Also where the directory is a mount point. */
+void clear(const fs::path& directory)
+{
+    fs::create_directories(directory);
+    for (const auto& entry : fs::directory_iterator(directory))
+    {
+        fs::remove_all(entry);
+    }
+}
+
 void prepareState()
 {
-    fs::remove_all("/usr/share/firmware");
+    clear(stateDirectory);
     writeFile(stateFile, stateDocument("        \"key\": \"old\",\n"));
 }
 
@@ -65,7 +83,7 @@ std::string lookAtState()
 
 void prepareNoState()
 {
-    fs::remove_all("/usr/share/firmware");
+    fs::remove_all(stateDirectory);
     fs::remove_all("/run/lock/firmware");
 }
 
@@ -152,7 +170,7 @@ std::string lookAtSlot(const std::string& slot)
 void prepareBackup()
 {
     prepareConfiguration();
-    fs::remove_all(backup);
+    clear(backup);
     fillSlot(verified, "1.0");
     writeFile(std::string(incoming) + "/firmware.tar", image("2.0"));
 }
@@ -263,13 +281,20 @@ Operation backupOperation()
                      {"unlink", 2, both},
                      {"openat", 12, noVersion},
                      {"write", 1, emptyVersion}},
+            // The image is whole in one place or the other.
+            .interrupted = {nothing.files, both.files, noVersion.files,
+                            emptyVersion.files, done.files,
+                            backupState("2.0", "torn as none"),
+                            backupState("2.0", "2.0 as none")},
             .lasting = {nothing,
                         {"", backupState("2.0", "torn as none")},
                         {"", backupState("2.0", "2.0 as none")}},
-            .repair = [] {
-                writeFile(std::string(incoming) + "/firmware.tar",
-                          image("2.0"));
-            }};
+            .repair =
+                [] {
+                    writeFile(std::string(incoming) + "/firmware.tar",
+                              image("2.0"));
+                },
+            .disk = backup};
 }
 
 Operation promotionOperation()
@@ -295,7 +320,10 @@ Operation promotionOperation()
                      {"getdents64", 1, noVersion},
                      {"unlinkat", 1, noVersion},
                      {"rename", 1, noneVerified}},
-            .lasting = {nothing}};
+            .interrupted = {nothing.files, noVersion.files, noneVerified.files,
+                            done.files},
+            .lasting = {nothing},
+            .disk = backup};
 }
 
 } // namespace
@@ -314,7 +342,9 @@ const std::vector<Operation>& operations()
                   {"fsync", 2, saved},
                   {"unlinkat", 0, saved},
                   {"flock", 2, saved},
-                  {"close", 0, saved}}},
+                  {"close", 0, saved}},
+         .interrupted = {"old", "new"},
+         .disk = stateDirectory},
         {.name = "first save",
          .prepare = prepareNoState,
          .run = save,
@@ -325,7 +355,8 @@ const std::vector<Operation>& operations()
                   {"fsync", 3, saved},
                   {"unlinkat", 0, saved},
                   {"flock", 2, saved},
-                  {"close", 0, saved}}},
+                  {"close", 0, saved}},
+         .interrupted = {"none", "new"}},
         {.name = "delete",
          .prepare = prepareState,
          .run = remove,
@@ -335,7 +366,9 @@ const std::vector<Operation>& operations()
          .rows = {{"fsync", 2, {"-1", "deleted"}},
                   {"unlinkat", 0, deleted},
                   {"flock", 2, deleted},
-                  {"close", 0, deleted}}},
+                  {"close", 0, deleted}},
+         .interrupted = {"old", "deleted"},
+         .disk = stateDirectory},
         {.name = "read",
          .prepare = prepareState,
          .run = read,
@@ -344,14 +377,16 @@ const std::vector<Operation>& operations()
          .refused = {"\"\"", "old"},
          .rows = {{"newfstatat", 1, {fsError, "old"}},
                   {"flock", 2, readBack},
-                  {"close", 0, readBack}}},
+                  {"close", 0, readBack}},
+         .interrupted = {"old"}},
         {.name = "config load",
          .prepare = prepareConfiguration,
          .run = readConfiguration,
          .look = lookAtConfiguration,
          .unharmed = loaded,
          .refused = {"not configured", "there"},
-         .rows = {{"close", 0, loaded}}},
+         .rows = {{"close", 0, loaded}},
+         .interrupted = {"there"}},
         backupOperation(),
         promotionOperation(),
         {.name = "release-file change",
@@ -367,10 +402,45 @@ const std::vector<Operation>& operations()
                   {"openat", 2, {"0", "old"}},
                   {"write", 1, {"0", "empty"}},
                   {"write", 2, {"0", "half"}}},
+         .interrupted = {"old", "empty", "half", "new"},
          .lasting = {{"0", "old"}},
          .repair = prepareRelease},
     };
     return all;
+}
+
+std::string tell(const Operation& operation, FwManager& manager)
+{
+    try
+    {
+        return operation.run(manager);
+    }
+    catch (const std::exception& e)
+    {
+        const std::string text = e.what();
+        return "threw " + text.substr(0, text.find(": "));
+    }
+}
+
+bool stateDirectoryIsTidy()
+{
+    return !fs::exists(stateDirectory) ||
+           std::ranges::all_of(
+               support::namesIn(stateDirectory), [](const std::string& name) {
+                   return name == "version.json" ||
+                          name == "version.json.tmp" || name == "lost+found";
+               });
+}
+
+bool lockIsFree()
+{
+    const support::Descriptor lock(::open(stateLock, O_RDONLY | O_CLOEXEC));
+    return !lock || ::flock(lock.get(), LOCK_EX | LOCK_NB) == 0;
+}
+
+bool temporaryLeft()
+{
+    return fs::exists(std::string(stateFile) + ".tmp");
 }
 
 } // namespace torture

@@ -41,13 +41,31 @@ struct Operation
     /** How it ends when a system call fails, but for the rows. */
     Outcome refused;
     std::vector<Row> rows = {};
+    /** What the files may hold when it is interrupted for good. */
+    std::vector<std::string> interrupted = {};
     /** How it may end when all calls fail from one on; when empty, the first
      *  that does not leave it unharmed decides. */
     std::vector<Outcome> lasting = {};
     /** What a caller does before the next try. */
     void (*repair)() = [] {};
+    /** The directory that holds its files, which can be a disk of its own;
+     *  null when there is none. */
+    const char* disk = nullptr;
 };
 
 const std::vector<Operation>& operations();
+
+/** Runs it; an exception is told as "threw" and its text up to the colon. */
+std::string tell(const Operation& operation,
+                 phosphor::software::updater::FwManager& manager);
+
+/** Whether it holds nothing but the state file, and perhaps its temporary. */
+bool stateDirectoryIsTidy();
+
+/** Whether the lock of the state file can be had at once. */
+bool lockIsFree();
+
+/** Whether there is a temporary of the state file. */
+bool temporaryLeft();
 
 } // namespace torture

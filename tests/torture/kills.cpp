@@ -1,0 +1,272 @@
+#include "experiments.hpp"
+#include "operations.hpp"
+#include "supervised.hpp"
+#include "support/checked.hpp"
+#include "support/child.hpp"
+#include "support/files.hpp"
+
+#include <poll.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <csignal>
+#include <memory>
+#include <random>
+
+namespace torture
+{
+
+namespace
+{
+
+using phosphor::software::updater::FwManager;
+
+constexpr std::array sabotages{"no-rename", "no-unlink", "no-lock"};
+
+/** The system call that a sabotage makes do nothing. */
+std::string brokenCall(const Plan& plan)
+{
+    return plan.breaks("no-rename")   ? "renameat"
+           : plan.breaks("no-unlink") ? "unlinkat"
+           : plan.breaks("no-lock")   ? "flock"
+                                      : "";
+}
+
+void expectIntact(const Operation& operation, const std::string& moment,
+                  const std::optional<std::string>& told, Report& report)
+{
+    const auto lose = [&](const std::string& what) {
+        report.loss(std::string(operation.name) + ", killed " + moment + ": " +
+                    what);
+    };
+    const std::string files = operation.look();
+    const bool finished = told.has_value();
+    if (finished ? Outcome{*told, files} != operation.unharmed
+                 : std::ranges::find(operation.interrupted, files) ==
+                       operation.interrupted.end())
+    {
+        lose("files " + files);
+    }
+    if (!lockIsFree())
+    {
+        lose("lock kept");
+    }
+    if (!stateDirectoryIsTidy())
+    {
+        lose("more than the temporary left");
+    }
+    operation.repair();
+    FwManager manager("BMC");
+    const Outcome next{tell(operation, manager), operation.look()};
+    if (next != operation.unharmed ||
+        manager.saveVersionStringFromInfo("next", "works") != 0 ||
+        temporaryLeft())
+    {
+        lose("the next told " + next.told + ", files " + next.files);
+    }
+}
+
+/** @return whether there was a call of this number to kill it at */
+bool killAt(size_t number, const Operation& operation, const Plan& plan,
+            Report& report)
+{
+    operation.prepare();
+    FwManager manager("BMC");
+    Supervised child([&] { return tell(operation, manager); });
+    size_t seen = 0;
+    auto call = child.next();
+    for (; call && seen < number; call = child.next(), ++seen)
+    {
+        call->name == brokenCall(plan) ? child.pretend(0) : child.proceed();
+    }
+    const auto told = child.told();
+    child.kill();
+    child.wait();
+    report.count("kills");
+    expectIntact(operation,
+                 call ? "at " + call->name + " (call " +
+                            std::to_string(number) + ")"
+                      : "after its end",
+                 told, report);
+    return call.has_value();
+}
+
+void killAtEachCall(const Plan& plan, Report& report)
+{
+    for (const auto& operation : operations())
+    {
+        for (size_t number = 0; killAt(number, operation, plan, report);
+             ++number)
+        {
+        }
+    }
+}
+
+/** What a writer says of itself, in memory that survives it. */
+struct Progress
+{
+    std::atomic<int> tried;
+    std::atomic<int> acknowledged;
+    std::atomic<int> refused;
+};
+
+constexpr size_t writers = 4;
+using Board = std::array<Progress, writers>;
+
+std::string keyOf(size_t writer)
+{
+    return "writer " + std::to_string(writer);
+}
+
+/** Saves one number after the other, for ever. */
+int write(size_t writer, Progress& progress, const std::string& broken)
+{
+    if (!broken.empty())
+    {
+        swallow(broken);
+    }
+    FwManager manager("BMC");
+    for (int number = progress.acknowledged + 1;; ++number)
+    {
+        progress.tried = number;
+        if (manager.saveVersionStringFromInfo(keyOf(writer),
+                                              std::to_string(number)) == 0)
+        {
+            progress.acknowledged = number;
+        }
+        else
+        {
+            ++progress.refused;
+        }
+    }
+}
+
+class LoadedWriters
+{
+  public:
+    LoadedWriters(const Plan& plan, Report& to) :
+        broken(brokenCall(plan)),
+        report(to),
+        board(static_cast<Board*>(::mmap(nullptr, sizeof(Board),
+                                         PROT_READ | PROT_WRITE,
+                                         MAP_SHARED | MAP_ANONYMOUS, -1, 0)))
+    {
+        for (size_t writer = 0; writer < writers; ++writer)
+        {
+            start(writer);
+        }
+    }
+
+    ~LoadedWriters()
+    {
+        for (auto& child : children)
+        {
+            child.reset();
+        }
+        ::munmap(board, sizeof(Board));
+    }
+
+    LoadedWriters(const LoadedWriters&) = delete;
+    LoadedWriters& operator=(const LoadedWriters&) = delete;
+
+    void killOne()
+    {
+        const size_t victim = random() % writers;
+        const std::array<timespec, 1> moment{
+            {{0, static_cast<long>(random() % 1'000'000)}}};
+        ::nanosleep(moment.data(), nullptr);
+        children[victim]->signal(SIGKILL);
+        children[victim]->wait();
+        report.count("kills under load");
+        examine(victim);
+        start(victim);
+    }
+
+    [[nodiscard]] size_t saves() const
+    {
+        size_t all = 0;
+        for (const auto& progress : *board)
+        {
+            all += static_cast<size_t>(progress.acknowledged);
+        }
+        return all;
+    }
+
+  private:
+    void start(size_t writer)
+    {
+        children[writer] = std::make_unique<support::Child>(
+            [=, this] { return write(writer, (*board)[writer], broken); });
+    }
+
+    void examine(size_t victim)
+    {
+        Progress& progress = (*board)[victim];
+        FwManager manager("BMC");
+        const std::string found =
+            manager.getVersionStringFromInfo(keyOf(victim));
+        const int value = found.empty() ? 0 : std::stoi(found);
+        if (value != progress.acknowledged && value != progress.tried)
+        {
+            report.loss("killed under load: " + std::to_string(value) +
+                        " found, " + std::to_string(progress.acknowledged) +
+                        " acknowledged");
+        }
+        progress.acknowledged = value;
+        if (const int refused = progress.refused.exchange(0); refused != 0)
+        {
+            report.loss("killed under load: " + std::to_string(refused) +
+                        " saves refused");
+        }
+        if (!stateDirectoryIsTidy())
+        {
+            report.loss("killed under load: more than the temporary left");
+        }
+    }
+
+    const std::string broken;
+    Report& report;
+    Board* const board;
+    std::array<std::unique_ptr<support::Child>, writers> children;
+    std::mt19937 random;
+};
+
+void killUnderLoad(const Plan& plan, Report& report)
+{
+    // A lock that nobody frees ends the whole run.
+    constexpr unsigned patienceSeconds = 120;
+    const size_t kills = plan.quick ? 1'000 : 20'000;
+    std::filesystem::remove_all("/usr/share/firmware");
+    LoadedWriters load(plan, report);
+    for (size_t kill = 0; kill < kills; ++kill)
+    {
+        ::alarm(patienceSeconds);
+        load.killOne();
+    }
+    ::alarm(0);
+    report.count("saves acknowledged", load.saves());
+}
+
+void run(const Plan& plan, Report& report)
+{
+    const int rounds = plan.quick ? 1 : 10;
+    for (int round = 0; round < rounds; ++round)
+    {
+        killAtEachCall(plan, report);
+    }
+    killUnderLoad(plan, report);
+}
+
+} // namespace
+
+const Experiment kills{
+    .name = "kills",
+    .claim = "whenever a process is killed, what was acknowledged stays",
+    .sabotages = {sabotages.begin(), sabotages.end()},
+    .run = run,
+};
+
+} // namespace torture
