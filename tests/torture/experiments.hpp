@@ -7,5 +7,6 @@ namespace torture
 
 extern const Experiment failingCalls;
 extern const Experiment kills;
+extern const Experiment powerCuts;
 
 } // namespace torture

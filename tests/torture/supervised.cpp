@@ -245,6 +245,11 @@ std::set<int> Supervised::descriptors() const
     return numbers;
 }
 
+std::filesystem::path Supervised::open(int descriptor) const
+{
+    return "/proc/" + std::to_string(pid) + "/fd/" + std::to_string(descriptor);
+}
+
 std::optional<std::string> Supervised::told() const
 {
     return shared->returned ? std::optional<std::string>(shared->text.data())

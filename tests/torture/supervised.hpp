@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cstdint>
+#include <filesystem>
 #include <functional>
 #include <optional>
 #include <set>
@@ -63,6 +64,9 @@ class Supervised
 
     /** The child's open descriptors, as numbers. */
     [[nodiscard]] std::set<int> descriptors() const;
+
+    /** A path to what the child has open under this number. */
+    [[nodiscard]] std::filesystem::path open(int descriptor) const;
 
     /** What the function told; nothing as long as it has not returned. */
     [[nodiscard]] std::optional<std::string> told() const;

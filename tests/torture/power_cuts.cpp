@@ -1,0 +1,165 @@
+#include "disk.hpp"
+#include "experiments.hpp"
+#include "operations.hpp"
+#include "supervised.hpp"
+#include "support/files.hpp"
+
+#include <algorithm>
+#include <array>
+#include <random>
+
+namespace torture
+{
+
+namespace
+{
+
+using phosphor::software::updater::FwManager;
+
+bool isBroken(const Plan& plan, const SystemCall& call, const Supervised& child)
+{
+    if (call.name != "fsync")
+    {
+        return false;
+    }
+    const bool ofDirectory = std::filesystem::is_directory(
+        child.open(static_cast<int>(call.arguments[0])));
+    return plan.breaks("no-fsync") ||
+           (plan.breaks("no-directory-fsync") && ofDirectory) ||
+           (plan.breaks("no-file-fsync") && !ofDirectory);
+}
+
+class Cuts
+{
+  public:
+    Cuts(const Operation& examined, std::string mountOptions, const Plan& how,
+         Report& to) :
+        operation(examined),
+        options(std::move(mountOptions)),
+        plan(how),
+        report(to)
+    {
+    }
+
+    /** Cuts the power at each call of the operation, and after its end. */
+    void run(Disk& disk)
+    {
+        for (size_t number = 0; cutAt(number, disk); ++number)
+        {
+        }
+    }
+
+  private:
+    /** Files as before, on the device, and others that are still on their
+     *  way: no two cuts find the journal alike. */
+    void prepare(const Disk& disk)
+    {
+        constexpr size_t mostNoiseBytes = 300'000;
+        operation.prepare();
+        disk.synchronise();
+        support::writeFile(std::filesystem::path(operation.disk) / "noise",
+                           std::string(random() % mostNoiseBytes, 'x'));
+    }
+
+    /** @return whether there was a call of this number to cut at */
+    bool cutAt(size_t number, Disk& disk)
+    {
+        disk.mount(operation.disk, options);
+        prepare(disk);
+        std::optional<std::string> told;
+        const auto call = runUntil(number, told, disk);
+        disk.unmount();
+
+        disk.mount(operation.disk, options);
+        report.count("cuts");
+        examine(call ? "at " + call->name + " (call " + std::to_string(number) +
+                           ")"
+                     : "after its end",
+                told);
+        disk.unmount();
+        return call.has_value();
+    }
+
+    std::optional<SystemCall> runUntil(size_t number,
+                                       std::optional<std::string>& told,
+                                       const Disk& disk) const
+    {
+        FwManager manager("BMC");
+        Supervised child([&] { return tell(operation, manager); });
+        auto call = child.next();
+        for (size_t seen = 0; call && seen < number;
+             call = child.next(), ++seen)
+        {
+            isBroken(plan, *call, child) ? child.pretend(0) : child.proceed();
+        }
+        disk.cutPower();
+        told = child.told();
+        child.kill();
+        child.wait();
+        return call;
+    }
+
+    void examine(const std::string& moment,
+                 const std::optional<std::string>& told)
+    {
+        const std::string files = operation.look();
+        const bool good =
+            told ? Outcome{*told, files} == operation.unharmed
+                 : std::ranges::find(operation.interrupted, files) !=
+                       operation.interrupted.end();
+        if (!good)
+        {
+            lose(moment, "files " + files);
+        }
+        operation.repair();
+        FwManager manager("BMC");
+        const Outcome next{tell(operation, manager), operation.look()};
+        if (next != operation.unharmed || temporaryLeft())
+        {
+            lose(moment,
+                 "the next told " + next.told + ", files " + next.files);
+        }
+    }
+
+    void lose(const std::string& moment, const std::string& what)
+    {
+        report.loss(std::string(operation.name) + " (" + options +
+                    "), power cut " + moment + ": " + what);
+    }
+
+    const Operation& operation;
+    const std::string options;
+    const Plan& plan;
+    Report& report;
+    std::mt19937 random;
+};
+
+void run(const Plan& plan, Report& report)
+{
+    const int rounds = plan.quick ? 1 : 10;
+    FwManager("BMC").saveUpdateState("idle");
+    Disk disk;
+    for (const auto& operation : operations())
+    {
+        for (const char* options : {"", "noauto_da_alloc"})
+        {
+            for (int round = 0; operation.disk != nullptr && round < rounds;
+                 ++round)
+            {
+                Cuts(operation, options, plan, report).run(disk);
+            }
+        }
+    }
+}
+
+} // namespace
+
+const Experiment powerCuts{
+    .name = "power-cuts",
+    .claim = "whenever the power goes, files are whole and what was "
+             "acknowledged stays",
+    .sabotages = {"no-fsync", "no-file-fsync", "no-directory-fsync"},
+    .run = run,
+};
+
+} // namespace torture
