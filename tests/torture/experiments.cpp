@@ -9,6 +9,7 @@ const std::vector<Experiment>& experiments()
         failingCalls,
         kills,
         powerCuts,
+        writers,
     };
     return all;
 }

@@ -8,5 +8,6 @@ namespace torture
 extern const Experiment failingCalls;
 extern const Experiment kills;
 extern const Experiment powerCuts;
+extern const Experiment writers;
 
 } // namespace torture

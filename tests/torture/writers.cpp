@@ -1,0 +1,272 @@
+#include "experiments.hpp"
+#include "supervised.hpp"
+#include "support/child.hpp"
+#include "support/files.hpp"
+
+#include <libfenmarch.hpp>
+#include <libostrel.h>
+
+#include <unistd.h>
+
+#include <array>
+#include <atomic>
+#include <csignal>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <thread>
+
+namespace torture
+{
+
+namespace
+{
+
+using phosphor::software::updater::FwManager;
+using support::Child;
+
+constexpr auto stateFile = "/usr/share/firmware/version.json";
+constexpr auto stateLock = "/run/lock/firmware/version.lock";
+// A lock that nobody frees ends the whole run.
+constexpr unsigned patienceSeconds = 120;
+
+constexpr int good = 0;
+constexpr int bad = 1;
+
+struct Size
+{
+    size_t writers;
+    size_t saves;
+};
+
+std::string keyOf(size_t writer, size_t number)
+{
+    return std::to_string(writer) + "/" + std::to_string(number);
+}
+
+/** Saves keys of its own, each once, and the same key as all others. */
+int write(size_t writer, size_t saves)
+{
+    FwManager manager("BMC");
+    for (size_t number = 0; number < saves; ++number)
+    {
+        if (manager.saveVersionStringFromInfo(keyOf(writer, number), "saved") !=
+                0 ||
+            manager.saveVersionStringFromInfo("shared",
+                                              std::to_string(writer)) != 0)
+        {
+            return bad;
+        }
+    }
+    return good;
+}
+
+/** Reads without the lock, until it is killed or finds no whole document. */
+int readOn()
+{
+    while (true)
+    {
+        const std::unique_ptr<json_config_t, decltype(&json_config_release)>
+            config(json_config_load(stateFile, nullptr, 0),
+                   &json_config_release);
+        std::array<char, 256> value{};
+        if (config == nullptr ||
+            json_config_get_string(config.get(), "BMC", "shared", value.data(),
+                                   value.size()) != 0)
+        {
+            return bad;
+        }
+    }
+}
+
+/** While flock(1) holds the lock nobody changes the file, until it does. */
+int holdOn()
+{
+    while (true)
+    {
+        const auto outcome =
+            support::run({"flock", stateLock, "sh", "-c",
+                          "before=$(cksum \"$1\"); read -r _ < /proc/uptime; "
+                          "after=$(cksum \"$1\"); [ \"$before\" = \"$after\" ]",
+                          "sh", stateFile});
+        if (outcome.status != 0)
+        {
+            return bad;
+        }
+    }
+}
+
+/** From now on a signal comes every so often, and interrupts what waits. */
+void startStorm()
+{
+    struct sigaction action = {};
+    action.sa_handler = [](int) {};
+    ::sigaction(SIGALRM, &action, nullptr);
+    constexpr timeval often{0, 50};
+    const itimerval timer{often, often};
+    ::setitimer(ITIMER_REAL, &timer, nullptr);
+}
+
+void startAnew()
+{
+    std::filesystem::remove_all("/usr/share/firmware");
+    FwManager("BMC").saveVersionStringFromInfo("shared", "nobody");
+}
+
+/** Every save of every writer is found, beside those who only look. */
+void expectAllSaved(const std::string& who, const Size& size, Report& report)
+{
+    const std::unique_ptr<json_config_t, decltype(&json_config_release)> config(
+        json_config_load(stateFile, nullptr, 0), &json_config_release);
+    std::array<char, 256> value{};
+    for (size_t writer = 0; writer < size.writers; ++writer)
+    {
+        for (size_t number = 0; number < size.saves; ++number)
+        {
+            report.count("saves");
+            if (config == nullptr ||
+                json_config_get_string(config.get(), "BMC",
+                                       keyOf(writer, number).c_str(),
+                                       value.data(), value.size()) != 0)
+            {
+                report.loss(who + ": update " + keyOf(writer, number) +
+                            " lost");
+            }
+        }
+    }
+}
+
+/** Somebody who looks on for as long as the writers write. */
+void expectAlive(const std::string& who, Child& onlooker, Report& report)
+{
+    onlooker.signal(SIGKILL);
+    if (onlooker.wait() != -SIGKILL)
+    {
+        report.loss(who + " saw what is not to be seen");
+    }
+}
+
+void processes(const Plan& plan, Size size, bool underSignals, Report& report)
+{
+    const std::string who =
+        underSignals ? "processes under signals" : "processes";
+    startAnew();
+    Child reader(readOn);
+    Child holder(holdOn);
+    std::vector<std::unique_ptr<Child>> children;
+    for (size_t writer = 0; writer < size.writers; ++writer)
+    {
+        children.push_back(std::make_unique<Child>([&, writer] {
+            if (plan.breaks("no-lock"))
+            {
+                swallow("flock");
+            }
+            if (underSignals)
+            {
+                startStorm();
+            }
+            return write(writer, size.saves);
+        }));
+    }
+    for (auto& child : children)
+    {
+        if (child->wait() != good)
+        {
+            report.loss(who + ": a save was refused");
+        }
+    }
+    expectAlive(who + ": a reader without the lock", reader, report);
+    expectAlive(who + ": flock(1)", holder, report);
+    expectAllSaved(who, size, report);
+}
+
+void threads(const Plan& plan, Size size, Report& report)
+{
+    startAnew();
+    // In a process of their own, which can be broken.
+    Child child([&] {
+        if (plan.breaks("no-lock"))
+        {
+            swallow("flock");
+        }
+        std::atomic<int> refused = 0;
+        std::vector<std::thread> all;
+        for (size_t writer = 0; writer < size.writers; ++writer)
+        {
+            all.emplace_back(
+                [&, writer] { refused += write(writer, size.saves); });
+        }
+        for (auto& thread : all)
+        {
+            thread.join();
+        }
+        return refused == 0 ? good : bad;
+    });
+    if (child.wait() != good)
+    {
+        report.loss("threads: a save was refused");
+    }
+    expectAllSaved("threads", size, report);
+}
+
+bool lockIsFree()
+{
+    return support::run({"flock", "--nonblock", stateLock, "true"}).status == 0;
+}
+
+/** What is started while a handle is open has nothing of it. */
+void children(size_t rounds, Report& report)
+{
+    startAnew();
+    for (size_t round = 0; round < rounds; ++round)
+    {
+        json_config_t* const config = json_config_load(stateFile, stateLock, 0);
+        if (lockIsFree())
+        {
+            report.loss("an open handle has no lock");
+        }
+        const support::Gate gate;
+        Child forked([&] { return gate.pass() ? good : bad; });
+        const auto executed =
+            support::run({"sh", "-c", "ls -l /proc/self/fd | grep -c version"});
+        const int set = json_config_set_string(config, "BMC", "round",
+                                               std::to_string(round).c_str());
+        if (json_config_release(config) != 0 || set != 0)
+        {
+            report.loss("a handle open over fork and exec is refused");
+        }
+        if (executed.output != "0\n")
+        {
+            report.loss("a descriptor is inherited over exec");
+        }
+        if (!lockIsFree())
+        {
+            report.loss("a forked child keeps the lock");
+        }
+        gate.open();
+        forked.wait();
+        report.count("forks and execs");
+    }
+}
+
+void run(const Plan& plan, Report& report)
+{
+    const Size size = plan.quick ? Size{4, 50} : Size{8, 250};
+    ::alarm(plan.quick ? patienceSeconds : 5 * patienceSeconds);
+    processes(plan, size, false, report);
+    processes(plan, size, true, report);
+    threads(plan, size, report);
+    children(plan.quick ? 10 : 200, report);
+    ::alarm(0);
+}
+
+} // namespace
+
+const Experiment writers{
+    .name = "writers",
+    .claim = "many writers lose no update, and no reader sees a torn document",
+    .sabotages = {"no-lock"},
+    .run = run,
+};
+
+} // namespace torture
