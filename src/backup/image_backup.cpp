@@ -5,7 +5,6 @@
 
 #include <filesystem>
 #include <optional>
-#include <sstream>
 
 namespace phosphor::software::updater
 {
@@ -72,10 +71,13 @@ void synchroniseWithTheWay(const fs::path& file)
 /** Reads the first word; without one the version is left as it is. */
 void readVersion(const std::string& slot, std::string& version)
 {
-    std::istringstream text(readText(versionFileIn(slot)).value_or(""));
-    if (std::string word; text >> word)
+    // Not by a stream, which takes a failed allocation for the end.
+    constexpr auto blanks = " \t\n\v\f\r";
+    const std::string text = readText(versionFileIn(slot)).value_or("");
+    const auto start = text.find_first_not_of(blanks);
+    if (start != std::string::npos)
     {
-        version = std::move(word);
+        version = text.substr(start, text.find_first_of(blanks, start) - start);
     }
 }
 

@@ -2,8 +2,9 @@
 
 #include <libfenmarch.hpp>
 
+#include <algorithm>
 #include <cstdio>
-#include <sstream>
+#include <string_view>
 
 namespace phosphor::software::updater
 {
@@ -41,11 +42,14 @@ int bmcReleaseFileRead(const std::string& path,
     {
         return reportUnopened(path);
     }
-    std::istringstream lines(*text);
-    for (std::string line; std::getline(lines, line);)
+    // Not by a stream, which takes a failed allocation for the end.
+    std::string_view rest(*text);
+    while (!rest.empty())
     {
+        const std::string line(rest.substr(0, rest.find('\n')));
         const auto equals = line.find('=');
         entries[line.substr(0, equals)] = valueIn(line, equals);
+        rest.remove_prefix(std::min(line.size() + 1, rest.size()));
     }
     return 0;
 }
