@@ -6,10 +6,7 @@ namespace torture
 const std::vector<Experiment>& experiments()
 {
     static const std::vector<Experiment> all{
-        failingCalls,
-        kills,
-        powerCuts,
-        writers,
+        failingCalls, kills, powerCuts, writers, memory,
     };
     return all;
 }

@@ -9,5 +9,6 @@ extern const Experiment failingCalls;
 extern const Experiment kills;
 extern const Experiment powerCuts;
 extern const Experiment writers;
+extern const Experiment memory;
 
 } // namespace torture
