@@ -10,9 +10,15 @@ namespace
 
 using namespace phosphor::software::updater;
 using support::Answer;
+using support::getCall;
+using support::Property;
 using support::RecordedCall;
+using support::setCall;
 
 constexpr auto path = "/xyz/openbmc_project/software/image";
+
+const Property property{"xyz.openbmc_project.Settings", path, "a.b.Interface",
+                        "Property"};
 
 class Call : public support::BusTest
 {
@@ -46,20 +52,6 @@ class Call : public support::BusTest
         return callDbusMethod(bus, target(), "Method", report());
     }
 
-    RecordedCall propertyCall(const std::string& member,
-                              const std::string& signature,
-                              const std::string& arguments)
-    {
-        return {.destination = "xyz.openbmc_project.Settings",
-                .path = "/xyz/openbmc_project/software/image",
-                .interface = "org.freedesktop.DBus.Properties",
-                .member = member,
-                .signature = signature,
-                .arguments = "\"a.b.Interface\" \"Property\"" + arguments,
-                .replyExpected = true,
-                .autoStart = true};
-    }
-
     sdbusplus::bus_t bus = sdbusplus::bus::new_default();
     std::vector<std::string> reported;
 };
@@ -73,12 +65,11 @@ TEST_F(Call, SetSendsAValueOfEachType)
     EXPECT_EQ(set(std::vector<std::string>{"b", "", "a"}), 0);
     EXPECT_EQ(set(std::vector<std::string>{}), 0);
     EXPECT_EQ(services.takeCalls(),
-              (std::vector{propertyCall("Set", "ssv", " y 250"),
-                           propertyCall("Set", "ssv", " s \"text\""),
-                           propertyCall("Set", "ssv", " b true"),
-                           propertyCall("Set", "ssv", " b false"),
-                           propertyCall("Set", "ssv", " as 3 \"b\" \"\" \"a\""),
-                           propertyCall("Set", "ssv", " as 0")}));
+              (std::vector{
+                  setCall(property, "y 250"), setCall(property, "s \"text\""),
+                  setCall(property, "b true"), setCall(property, "b false"),
+                  setCall(property, "as 3 \"b\" \"\" \"a\""),
+                  setCall(property, "as 0")}));
     EXPECT_TRUE(reported.empty());
 }
 
@@ -88,7 +79,7 @@ TEST_F(Call, GetReadsAString)
     std::string value = "before";
     EXPECT_EQ(get(value), 0);
     EXPECT_EQ(value, "held");
-    EXPECT_EQ(services.takeCalls(), std::vector{propertyCall("Get", "ss", "")});
+    EXPECT_EQ(services.takeCalls(), std::vector{getCall(property)});
     EXPECT_TRUE(reported.empty());
 }
 
@@ -211,7 +202,7 @@ TEST_F(Call, ElementThatCannotBeAppendedIsLeftOut)
 {
     EXPECT_EQ(set(std::vector<std::string>{"a", "\xff", "b"}), 0);
     EXPECT_EQ(services.takeCalls(),
-              std::vector{propertyCall("Set", "ssv", " as 2 \"a\" \"b\"")});
+              std::vector{setCall(property, "as 2 \"a\" \"b\"")});
 }
 
 TEST_F(Call, SilentPeerTimesOut)

@@ -11,23 +11,13 @@ namespace
 using namespace phosphor::software::updater;
 using support::Answer;
 using support::errorRecord;
-using support::RecordedCall;
+using support::setCall;
 
 constexpr auto button = "/xyz/openbmc_project/chassis/buttons/power";
 
-RecordedCall maskCall(const std::string& masked)
-{
-    return {.destination = "xyz.openbmc_project.State.Host",
-            .path = "/xyz/openbmc_project/chassis/buttons/power",
-            .interface = "org.freedesktop.DBus.Properties",
-            .member = "Set",
-            .signature = "ssv",
-            .arguments = "\"xyz.openbmc_project.Chassis.Buttons\" "
-                         "\"ButtonMasked\" b " +
-                         masked,
-            .replyExpected = true,
-            .autoStart = true};
-}
+const support::Property masked{"xyz.openbmc_project.State.Host", button,
+                               "xyz.openbmc_project.Chassis.Buttons",
+                               "ButtonMasked"};
 
 class PowerLock : public support::BusTest
 {
@@ -38,7 +28,7 @@ class PowerLock : public support::BusTest
 TEST_F(PowerLock, DisablingMasksTheButton)
 {
     EXPECT_EQ(manager.disablePowerOp(), 0);
-    EXPECT_EQ(services.takeCalls(), std::vector{maskCall("true")});
+    EXPECT_EQ(services.takeCalls(), std::vector{setCall(masked, "b true")});
     EXPECT_EQ(services.property(button, "ButtonMasked"), "b true");
     EXPECT_TRUE(logged().empty());
 }
@@ -46,7 +36,7 @@ TEST_F(PowerLock, DisablingMasksTheButton)
 TEST_F(PowerLock, EnablingUnmasksTheButton)
 {
     EXPECT_EQ(manager.enablePowerOp(), 0);
-    EXPECT_EQ(services.takeCalls(), std::vector{maskCall("false")});
+    EXPECT_EQ(services.takeCalls(), std::vector{setCall(masked, "b false")});
     EXPECT_EQ(services.property(button, "ButtonMasked"), "b false");
     EXPECT_TRUE(logged().empty());
 }
@@ -56,9 +46,9 @@ TEST_F(PowerLock, OneEnableUndoesTwoDisables)
     EXPECT_EQ(manager.disablePowerOp(), 0);
     EXPECT_EQ(manager.disablePowerOp(), 0);
     EXPECT_EQ(manager.enablePowerOp(), 0);
-    EXPECT_EQ(
-        services.takeCalls(),
-        (std::vector{maskCall("true"), maskCall("true"), maskCall("false")}));
+    EXPECT_EQ(services.takeCalls(),
+              (std::vector{setCall(masked, "b true"), setCall(masked, "b true"),
+                           setCall(masked, "b false")}));
     EXPECT_EQ(services.property(button, "ButtonMasked"), "b false");
 }
 

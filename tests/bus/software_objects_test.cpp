@@ -11,7 +11,8 @@ namespace
 using namespace phosphor::software::updater;
 using support::Answer;
 using support::errorRecord;
-using support::RecordedCall;
+using support::getCall;
+using support::setCall;
 
 constexpr auto releaseFile = "/etc/bios-release";
 constexpr auto bmcService = "xyz.openbmc_project.Software.BMC.Updater";
@@ -91,22 +92,6 @@ const std::vector<std::pair<
 class SoftwareObjects : public support::BusTest
 {
   public:
-    static RecordedCall propertyCall(const std::string& service,
-                                     const std::string& path,
-                                     const std::string& member,
-                                     const std::string& signature,
-                                     const std::string& arguments)
-    {
-        return {.destination = service,
-                .path = path,
-                .interface = "org.freedesktop.DBus.Properties",
-                .member = member,
-                .signature = signature,
-                .arguments = arguments,
-                .replyExpected = true,
-                .autoStart = true};
-    }
-
     static std::string releaseContent()
     {
         return std::filesystem::exists(releaseFile)
@@ -123,11 +108,10 @@ TEST_F(SoftwareObjects, EachWriterSetsItsProperty)
     {
         EXPECT_EQ(writer.set(manager, "image_1"), 0) << writer.title;
         EXPECT_EQ(services.takeCalls(),
-                  std::vector{propertyCall(
-                      writer.service, "/xyz/openbmc_project/software/image_1",
-                      "Set", "ssv",
-                      '"' + std::string(writer.interface) + "\" \"" +
-                          writer.property + "\" " + writer.sent)})
+                  std::vector{setCall({writer.service,
+                                       "/xyz/openbmc_project/software/image_1",
+                                       writer.interface, writer.property},
+                                      writer.sent)})
             << writer.title;
         EXPECT_TRUE(logged().empty()) << writer.title;
         EXPECT_EQ(releaseContent(), "") << writer.title;
@@ -271,10 +255,9 @@ TEST_F(SoftwareObjects, ReadersGetTheVersion)
         EXPECT_EQ((manager.*read)("x", version), 0);
         EXPECT_EQ(version, "1.2.3");
         EXPECT_EQ(services.takeCalls(),
-                  std::vector{propertyCall(
-                      service, "/xyz/openbmc_project/software/x", "Get", "ss",
-                      "\"xyz.openbmc_project.Software.Version\" "
-                      "\"Version\"")});
+                  std::vector{getCall(
+                      {service, "/xyz/openbmc_project/software/x",
+                       "xyz.openbmc_project.Software.Version", "Version"})});
     }
     EXPECT_TRUE(logged().empty());
     EXPECT_EQ(releaseContent(), "");

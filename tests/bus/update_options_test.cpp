@@ -9,23 +9,16 @@ namespace
 using namespace phosphor::software::updater;
 using support::Answer;
 using support::errorRecord;
-using support::RecordedCall;
+using support::getCall;
+using support::Property;
+using support::setCall;
 
 constexpr auto biosObject = "/xyz/openbmc_project/software/update_option/BIOS";
 
-RecordedCall optionCall(const std::string& path, const std::string& member,
-                        const std::string& signature,
-                        const std::string& arguments)
+Property option(const std::string& path, const std::string& name)
 {
-    return {.destination = "xyz.openbmc_project.Settings",
-            .path = path,
-            .interface = "org.freedesktop.DBus.Properties",
-            .member = member,
-            .signature = signature,
-            .arguments =
-                "\"xyz.openbmc_project.Software.UpdateOption\" " + arguments,
-            .replyExpected = true,
-            .autoStart = true};
+    return {"xyz.openbmc_project.Settings", path,
+            "xyz.openbmc_project.Software.UpdateOption", name};
 }
 
 class UpdateOptions : public support::BusTest
@@ -39,12 +32,9 @@ TEST_F(UpdateOptions, ArePublishedAndTheRequestIsCleared)
     EXPECT_EQ(host.initUpdateOption({"Preserve", "", "a b"}), 0);
     EXPECT_EQ(services.takeCalls(),
               (std::vector{
-                  optionCall("/xyz/openbmc_project/software/update_option/BIOS",
-                             "Set", "ssv",
-                             "\"AvailableOptions\" as 3 \"Preserve\" \"\" "
-                             "\"a b\""),
-                  optionCall("/xyz/openbmc_project/software/update_option/BIOS",
-                             "Set", "ssv", "\"RequestedOption\" s \"\"")}));
+                  setCall(option(biosObject, "AvailableOptions"),
+                          "as 3 \"Preserve\" \"\" \"a b\""),
+                  setCall(option(biosObject, "RequestedOption"), "s \"\"")}));
     EXPECT_TRUE(logged().empty());
 }
 
@@ -69,9 +59,8 @@ TEST_F(UpdateOptions, OnlyTheNameHostIsMapped)
         const std::string path =
             "/xyz/openbmc_project/software/update_option/" +
             std::string(object);
-        EXPECT_EQ(
-            services.takeCalls(),
-            std::vector{optionCall(path, "Get", "ss", "\"RequestedOption\"")});
+        EXPECT_EQ(services.takeCalls(),
+                  std::vector{getCall(option(path, "RequestedOption"))});
     }
 }
 

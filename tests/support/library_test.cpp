@@ -25,6 +25,20 @@ JournalRecord record(const char* priority, const std::string& message,
     return result;
 }
 
+RecordedCall propertyCall(const Property& property, const char* member,
+                          const char* signature, const std::string& value)
+{
+    return {.destination = property.service,
+            .path = property.path,
+            .interface = "org.freedesktop.DBus.Properties",
+            .member = member,
+            .signature = signature,
+            .arguments = '"' + property.interface + "\" \"" + property.name +
+                         '"' + value,
+            .replyExpected = true,
+            .autoStart = true};
+}
+
 } // namespace
 
 LibraryTest::LibraryTest()
@@ -73,6 +87,16 @@ JournalRecord infoRecord(const std::string& message,
                          const JournalRecord& fields)
 {
     return record("6", message, asWritten, fields);
+}
+
+RecordedCall getCall(const Property& property)
+{
+    return propertyCall(property, "Get", "ss", "");
+}
+
+RecordedCall setCall(const Property& property, const std::string& value)
+{
+    return propertyCall(property, "Set", "ssv", ' ' + value);
 }
 
 void PrintTo(const RecordedCall& call, std::ostream* out)

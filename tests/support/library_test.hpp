@@ -53,6 +53,22 @@ JournalRecord infoRecord(const std::string& message,
                          const std::string& asWritten,
                          const JournalRecord& fields);
 
+/** A property of an object of a service. */
+struct Property
+{
+    std::string service;
+    std::string path;
+    std::string interface;
+    std::string name;
+};
+
+/** The call that reads it, as a service records it. */
+RecordedCall getCall(const Property& property);
+
+/** The call that sets it: the value with its type before it, as in
+ *  "s \"text\"". */
+RecordedCall setCall(const Property& property, const std::string& value);
+
 /** Shows a call in a failed expectation. */
 void PrintTo(const RecordedCall& call, std::ostream* out);
 
