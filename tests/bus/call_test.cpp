@@ -1,5 +1,6 @@
 #include "../../src/bus/call.hpp"
 #include "support/library_test.hpp"
+#include "support/thrown.hpp"
 
 #include <systemd/sd-bus.h>
 
@@ -9,11 +10,13 @@ namespace
 {
 
 using namespace phosphor::software::updater;
+using sdbusplus::exception::SdBusError;
 using support::Answer;
 using support::getCall;
 using support::Property;
 using support::RecordedCall;
 using support::setCall;
+using support::thrownText;
 
 constexpr auto path = "/xyz/openbmc_project/software/image";
 
@@ -166,17 +169,9 @@ TEST_F(Call, PathThatIsNoneLeavesAsAnException)
 {
     std::string value = "before";
     const auto expectThrow = [](auto primitive) {
-        try
-        {
-            primitive();
-            ADD_FAILURE() << "nothing was thrown";
-        }
-        catch (const sdbusplus::exception::SdBusError& error)
-        {
-            EXPECT_TRUE(std::string(error.what())
-                            .starts_with("sd_bus_message_new_method_call: "))
-                << error.what();
-        }
+        const auto text = thrownText<SdBusError>(primitive);
+        EXPECT_TRUE(text.starts_with("sd_bus_message_new_method_call: "))
+            << text;
     };
     const auto broken = target("no path");
     expectThrow(

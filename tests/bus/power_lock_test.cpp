@@ -1,4 +1,5 @@
 #include "support/library_test.hpp"
+#include "support/thrown.hpp"
 
 #include <libfenmarch.hpp>
 #include <sdbusplus/exception.hpp>
@@ -9,9 +10,11 @@ namespace
 {
 
 using namespace phosphor::software::updater;
+using sdbusplus::exception::SdBusError;
 using support::Answer;
 using support::errorRecord;
 using support::setCall;
+using support::thrownText;
 
 constexpr auto button = "/xyz/openbmc_project/chassis/buttons/power";
 
@@ -115,18 +118,12 @@ TEST_F(PowerLockWithoutServices, UnreachableBusLeavesAsAnException)
     const std::string reachable = ::getenv("DBUS_SYSTEM_BUS_ADDRESS");
     ::setenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/run/absent", 1);
     const auto expectThrow = [](int (FwManager::*operation)()) {
-        try
-        {
+        const auto text = thrownText<SdBusError>([&] {
             FwManager manager("BMC");
             (manager.*operation)();
-            ADD_FAILURE() << "nothing was thrown";
-        }
-        catch (const sdbusplus::exception::SdBusError& error)
-        {
-            EXPECT_TRUE(std::string(error.what())
-                            .starts_with("sd_bus_message_new_method_call: "))
-                << error.what();
-        }
+        });
+        EXPECT_TRUE(text.starts_with("sd_bus_message_new_method_call: "))
+            << text;
     };
     expectThrow(&FwManager::disablePowerOp);
     expectThrow(&FwManager::enablePowerOp);

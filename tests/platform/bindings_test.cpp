@@ -1,3 +1,5 @@
+#include "support/thrown.hpp"
+
 #include <gtest/gtest.h>
 #include <sdbusplus/exception.hpp>
 #include <xyz/openbmc_project/Software/Activation/common.hpp>
@@ -62,14 +64,8 @@ constexpr std::array<std::pair<Activations, const char*>, 8> activations{{
 template <typename Enumeration>
 std::string refusal(std::string (*convert)(Enumeration), int number)
 {
-    try
-    {
-        return convert(static_cast<Enumeration>(number));
-    }
-    catch (const std::invalid_argument& e)
-    {
-        return e.what();
-    }
+    return support::thrownText<std::invalid_argument>(
+        [&] { convert(static_cast<Enumeration>(number)); });
 }
 
 TEST(VersionPurpose, HasItsFullText)

@@ -1,4 +1,5 @@
 #include "private_service.hpp"
+#include "support/thrown.hpp"
 
 #include <gtest/gtest.h>
 #include <sdbusplus/bus.hpp>
@@ -85,18 +86,10 @@ TEST_F(Append, IncompleteMessageIsRefusedWhenItIsSent)
     // Not UTF-8: the string is not appended and leaves its variant open.
     EXPECT_NO_THROW(call.append(Value("\xff")));
 
-    try
-    {
-        bus.call(call);
-        FAIL() << "nothing thrown";
-    }
-    catch (const sdbusplus::exception::SdBusError& e)
-    {
-        EXPECT_STREQ(
-            e.what(),
-            "sd_bus_call: org.freedesktop.DBus.Error.InconsistentMessage: "
-            "Bad message");
-    }
+    EXPECT_EQ(support::thrownText<sdbusplus::exception::SdBusError>(
+                  [&] { bus.call(call); }),
+              "sd_bus_call: org.freedesktop.DBus.Error.InconsistentMessage: "
+              "Bad message");
     EXPECT_TRUE(service.takeCalls().empty());
 }
 

@@ -1,4 +1,5 @@
 #include "private_service.hpp"
+#include "support/thrown.hpp"
 
 #include <gtest/gtest.h>
 #include <sdbusplus/bus.hpp>
@@ -77,16 +78,10 @@ class Read : public platform::PrivateService
     /** The text of what a read throws. */
     std::string failure(sdbusplus::message_t reply)
     {
-        try
-        {
+        return support::thrownText<SdBusError>([&] {
             std::variant<std::string> value;
             reply.read(value);
-            return "nothing thrown";
-        }
-        catch (const SdBusError& e)
-        {
-            return e.what();
-        }
+        });
     }
 
     std::string failureOf(const std::string& step)

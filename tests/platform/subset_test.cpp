@@ -3,6 +3,7 @@
 
 #include "private_service.hpp"
 #include "support/journal_socket.hpp"
+#include "support/thrown.hpp"
 
 #include <gtest/gtest.h>
 #include <phosphor-logging/lg2.hpp>
@@ -85,17 +86,11 @@ TEST_F(Subset, FailureToConnectShowsInTheFirstMethodCall)
     daemon.stop();
     auto bus = sdbusplus::bus::new_default();
 
-    try
-    {
-        bus.new_method_call("a.b.Service", "/a/b", "a.b.I", "Do");
-        FAIL() << "nothing thrown";
-    }
-    catch (const sdbusplus::exception::SdBusError& e)
-    {
-        EXPECT_STREQ(e.what(), "sd_bus_message_new_method_call: "
-                               "System.Error.ENOTCONN: Transport endpoint is "
-                               "not connected");
-    }
+    EXPECT_EQ(support::thrownText<sdbusplus::exception::SdBusError>([&] {
+                  bus.new_method_call("a.b.Service", "/a/b", "a.b.I", "Do");
+              }),
+              "sd_bus_message_new_method_call: System.Error.ENOTCONN: "
+              "Transport endpoint is not connected");
 }
 
 TEST_F(Subset, FailedReadLeavesTheValue)

@@ -1,4 +1,5 @@
 #include "support/library_test.hpp"
+#include "support/thrown.hpp"
 
 #include <libfenmarch.hpp>
 #include <sdbusplus/exception.hpp>
@@ -163,26 +164,11 @@ TEST_F(VersionHistory, LengthThatIsNoNumberThrows)
 
 TEST_F(VersionHistory, ErrorsOfTheLengthAreThoseOfTheConversion)
 {
+    const auto count = [&] { host.getVersionCount("Staged"); };
     ASSERT_EQ(host.saveVersionStringFromInfo("Staged_count", "many"), 0);
-    try
-    {
-        host.getVersionCount("Staged");
-        ADD_FAILURE() << "nothing was thrown";
-    }
-    catch (const std::invalid_argument& error)
-    {
-        EXPECT_STREQ(error.what(), "stoi");
-    }
+    EXPECT_EQ(support::thrownText<std::invalid_argument>(count), "stoi");
     ASSERT_EQ(host.saveVersionStringFromInfo("Staged_count", "9999999999"), 0);
-    try
-    {
-        host.getVersionCount("Staged");
-        ADD_FAILURE() << "nothing was thrown";
-    }
-    catch (const std::out_of_range& error)
-    {
-        EXPECT_STREQ(error.what(), "stoi");
-    }
+    EXPECT_EQ(support::thrownText<std::out_of_range>(count), "stoi");
 }
 
 TEST_F(VersionHistory, DeletingAnEntryLeavesAHole)
