@@ -4,6 +4,9 @@
 #include "support/private_bus.hpp"
 
 #include <gtest/gtest.h>
+#include <sdbusplus/bus.hpp>
+#include <sdbusplus/sdbus.hpp>
+#include <systemd/sd-bus.h>
 
 namespace platform
 {
@@ -12,6 +15,16 @@ namespace platform
 class PrivateService : public testing::Test
 {
   protected:
+    /** The connection of this thread, calling through the interface. */
+    static sdbusplus::bus_t connectThrough(sdbusplus::SdBusInterface& interface)
+    {
+        sd_bus* connection = nullptr;
+        EXPECT_GE(sd_bus_default(&connection), 0);
+        sdbusplus::bus_t bus(connection, &interface);
+        sd_bus_unref(connection);
+        return bus;
+    }
+
     support::PrivateBus daemon;
     support::FakeServices service{{"a.b.Service"}};
 };

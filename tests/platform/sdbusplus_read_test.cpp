@@ -91,17 +91,7 @@ class Read : public platform::PrivateService
     }
 
     FailingStep interface;
-    sdbusplus::bus_t bus = connect();
-
-  private:
-    sdbusplus::bus_t connect()
-    {
-        sd_bus* connection = nullptr;
-        EXPECT_GE(sd_bus_default(&connection), 0);
-        sdbusplus::bus_t connected(connection, &interface);
-        sd_bus_unref(connection);
-        return connected;
-    }
+    sdbusplus::bus_t bus = connectThrough(interface);
 };
 
 TEST_F(Read, VariantOfAStringIsTheString)

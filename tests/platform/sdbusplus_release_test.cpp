@@ -96,20 +96,11 @@ class Release : public platform::PrivateService
         released.clear();
     }
 
-    sdbusplus::bus_t connect()
-    {
-        sd_bus* connection = nullptr;
-        EXPECT_GE(sd_bus_default(&connection), 0);
-        sdbusplus::bus_t bus(connection, &recorder);
-        sd_bus_unref(connection);
-        return bus;
-    }
-
     /** A failure leaves by its exception. */
     void callAndRead(const char* destination, const char* path,
                      const char* interface, const char* member)
     {
-        auto bus = connect();
+        auto bus = connectThrough(recorder);
         auto call = bus.new_method_call(destination, path, interface, member);
         auto reply = bus.call(call);
         std::variant<std::string> value;
@@ -155,7 +146,7 @@ TEST_F(Release, CallAndReplyAreReleasedOnceWhenTheReadFails)
 TEST_F(Release, ReplyThatNobodyTakesIsReleased)
 {
     {
-        auto bus = connect();
+        auto bus = connectThrough(recorder);
         auto call = bus.new_method_call("a.b.Service", "/a/b", "a.b.I", "Do");
         bus.call(call);
         EXPECT_EQ(released.size(), 1);
@@ -167,7 +158,7 @@ TEST_F(Release, ReplyThatNobodyTakesIsReleased)
 TEST_F(Release, CopiesAndMovesReleaseTheirReferenceOnce)
 {
     {
-        auto bus = connect();
+        auto bus = connectThrough(recorder);
         auto first = bus.new_method_call("a.b.Service", "/a/b", "a.b.I", "Do");
         auto second = bus.new_method_call("a.b.Service", "/a/b", "a.b.I", "Do");
         sdbusplus::message_t copy(first);
