@@ -120,8 +120,9 @@ bool writeText(const std::string& path, const std::vector<std::string>& pieces)
         }
     }
     file.synchronise();
-    // For a file that is new: its name is on the disk with its directory.
-    synchronise(std::filesystem::path(path).parent_path());
+    // For a file that is new: its name is on the disk with its directory. The
+    // dot is all there is of it when the path is a bare name.
+    synchronise(std::filesystem::path(path).parent_path() / ".");
     return true;
 }
 

@@ -247,6 +247,15 @@ TEST_F(SystemCalls, ReleaseFileIsWrittenLineByLineAndSynchronised)
         << inLines(lines);
 }
 
+TEST_F(SystemCalls, ReleaseFileInTheWorkingDirectoryIsSynchronisedWithIt)
+{
+    EXPECT_EQ(trace("write a release file in the working directory", {"-y"}),
+              "status 0\n");
+    EXPECT_EQ(effects(),
+              (std::vector<std::string>{"sync /etc/bios-release", "sync /etc"}))
+        << inLines(lines);
+}
+
 class BackupCalls : public SystemCalls
 {
   public:

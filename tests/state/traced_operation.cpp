@@ -4,6 +4,7 @@
 
 #include <unistd.h>
 
+#include <filesystem>
 #include <functional>
 #include <iostream>
 #include <map>
@@ -42,9 +43,14 @@ const std::map<std::string, std::function<int(FwManager&)>> operations = {
          manager.verifyBackupImage("1.0");
          return 0;
      }},
-    {"write a release file", [](FwManager&) {
+    {"write a release file",
+     [](FwManager&) {
          return bmcReleaseFileWrite("/etc/bios-release",
                                     {{"A", "1"}, {"B", "2"}});
+     }},
+    {"write a release file in the working directory", [](FwManager&) {
+         std::filesystem::current_path("/etc");
+         return bmcReleaseFileWrite("bios-release", {{"A", "1"}});
      }}};
 
 } // namespace
