@@ -65,7 +65,8 @@ inline void copyToStandardError(int priority, const std::string& message,
         }
     }
     line += '\n';
-    std::fputs(line.c_str(), stderr);
+    // There is no third place to say that this one failed.
+    static_cast<void>(std::fputs(line.c_str(), stderr));
 }
 
 } // namespace details
