@@ -22,14 +22,14 @@ void bindMount(const std::filesystem::path& source,
 {
     // A user namespace may bind inherited mounts only together with what is
     // mounted below them.
-    checked(mount(source.c_str(), target.c_str(), nullptr, MS_BIND | MS_REC,
+    checked(mount(source.c_str(), target.c_str(), "none", MS_BIND | MS_REC,
                   nullptr),
             "bind " + source.string() + " to " + target.string());
 }
 
 void makeMountsPrivate()
 {
-    checked(mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr),
+    checked(mount(nullptr, "/", "none", MS_REC | MS_PRIVATE, nullptr),
             "make the mounts private");
 }
 
