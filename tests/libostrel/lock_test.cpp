@@ -5,7 +5,10 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <future>
+#include <string>
 #include <thread>
+#include <vector>
 
 namespace
 {
@@ -199,14 +202,16 @@ TEST_F(Lock, MissingDirectoryThatCannotBeMade)
     EXPECT_EQ(errno, ENOTDIR);
 }
 
-TEST_F(Lock, NoChangeOfTwoWritersIsLost)
+/** Two writers that make every change in a transaction of its own. */
+class Writers : public StoreTest
 {
-    constexpr int changes = 50;
-    const auto writer = [&](const std::string& section) {
+  public:
+    /** What a writer does; 0 when all of it succeeded. */
+    auto writer(const std::string& section) const
+    {
         return [this, section] {
-            for (int i = 0; i < changes; ++i)
+            for (const auto& key : keys)
             {
-                const auto key = std::to_string(i);
                 if (set(section.c_str(), key.c_str(), "set") != std::pair(0, 0))
                 {
                     return 1;
@@ -214,18 +219,48 @@ TEST_F(Lock, NoChangeOfTwoWritersIsLost)
             }
             return 0;
         };
-    };
+    }
+
+    void expectAllChanges() const
+    {
+        const Handle config = load();
+        for (const auto& key : keys)
+        {
+            EXPECT_EQ(get(config, "first", key.c_str()), "set");
+            EXPECT_EQ(get(config, "second", key.c_str()), "set");
+        }
+    }
+
+  private:
+    static std::vector<std::string> numbers()
+    {
+        std::vector<std::string> result;
+        for (int i = 0; i < 50; ++i)
+        {
+            result.push_back(std::to_string(i));
+        }
+        return result;
+    }
+
+    const std::vector<std::string> keys = numbers();
+};
+
+TEST_F(Writers, InTwoProcessesLoseNoChange)
+{
     Child first(writer("first"));
     Child second(writer("second"));
     EXPECT_EQ(first.wait(), 0);
     EXPECT_EQ(second.wait(), 0);
-    const Handle config = load();
-    for (int i = 0; i < changes; ++i)
-    {
-        const auto key = std::to_string(i);
-        EXPECT_EQ(get(config, "first", key.c_str()), "set");
-        EXPECT_EQ(get(config, "second", key.c_str()), "set");
-    }
+    expectAllChanges();
+}
+
+TEST_F(Writers, InTwoThreadsLoseNoChange)
+{
+    auto first = std::async(std::launch::async, writer("first"));
+    auto second = std::async(std::launch::async, writer("second"));
+    EXPECT_EQ(first.get(), 0);
+    EXPECT_EQ(second.get(), 0);
+    expectAllChanges();
 }
 
 } // namespace
