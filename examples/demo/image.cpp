@@ -15,7 +15,7 @@ namespace fs = std::filesystem;
 namespace
 {
 
-constexpr std::size_t biosBytes = 3 * 1024 * 1024;
+constexpr std::size_t biosBytes = std::size_t{3} * 1024 * 1024;
 
 /** Bytes without a pattern, the same in every run. */
 std::string contentOfBios()

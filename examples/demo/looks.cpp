@@ -103,14 +103,14 @@ Check stateFile(const std::string& text)
 
 Check file(const std::string& path, const std::string& text)
 {
-    return {"disk", path + ": " + inOneLine(text), [=](Stage& stage) {
+    return {"disk", path + ": " + inOneLine(text), [=](const Stage& stage) {
                 return path + ": " + inOneLine(contentOf(stage.disk(), path));
             }};
 }
 
 Check noFile(const std::string& path)
 {
-    return {"disk", path + ": " + none, [=](Stage& stage) {
+    return {"disk", path + ": " + none, [=](const Stage& stage) {
                 return path + ": " + contentOf(stage.disk(), path);
             }};
 }
@@ -118,7 +118,7 @@ Check noFile(const std::string& path)
 Check imageMoved(const std::string& from, const std::string& to)
 {
     const std::string expected = "firmware.tar: from " + from + " to " + to;
-    return {"disk", expected, [=](Stage& stage) {
+    return {"disk", expected, [=](const Stage& stage) {
                 const auto image = contentOf(stage.formerDisk(), imageIn(from));
                 const bool moved =
                     image != none &&

@@ -118,7 +118,7 @@ class Play
 
     Lines lookAtBus()
     {
-        const Lines calls = stage.takeCalls();
+        Lines calls = stage.takeCalls();
         show(report, "bus", folded(calls));
         outcome.calls.insert(outcome.calls.end(), calls.begin(), calls.end());
         return calls;
@@ -126,7 +126,7 @@ class Play
 
     Lines lookAtJournal()
     {
-        const Lines log = stage.takeLog();
+        Lines log = stage.takeLog();
         show(report, "journal", log);
         outcome.log.insert(outcome.log.end(), log.begin(), log.end());
         return log;

@@ -82,8 +82,8 @@ std::vector<std::string> ServiceProcess::ask(const std::string& request,
 
 std::string ServiceProcess::nextLine()
 {
-    auto end = received.find('\n');
-    while (end == std::string::npos)
+    auto lineEnd = received.find('\n');
+    while (lineEnd == std::string::npos)
     {
         if (!isReadable(connection.get()))
         {
@@ -96,10 +96,10 @@ std::string ServiceProcess::nextLine()
             return "the service has ended";
         }
         received.append(buffer.data(), static_cast<std::size_t>(count));
-        end = received.find('\n');
+        lineEnd = received.find('\n');
     }
-    const std::string line = received.substr(0, end);
-    received.erase(0, end + 1);
+    std::string line = received.substr(0, lineEnd);
+    received.erase(0, lineEnd + 1);
     return line;
 }
 

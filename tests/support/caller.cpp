@@ -40,7 +40,7 @@ std::string Caller::call(const std::string& destination,
                                    &error, &reply);
     if (result < 0)
     {
-        const std::string text = std::string(error.name) + ": " + error.message;
+        std::string text = std::string(error.name) + ": " + error.message;
         sd_bus_error_free(&error);
         return text;
     }

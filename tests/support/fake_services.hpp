@@ -41,7 +41,7 @@ struct Answer
      *  accept(). The value is text in the form of message_text.hpp: ("i", "7"),
      *  ("as", "2 a \"b c\""); but a string alone is taken as it is, without
      *  quotes: ("s", "some text"). */
-    static Answer value(std::string signature, std::string text);
+    static Answer value(const std::string& signature, const std::string& text);
     /** A reply with this body as it stands, to a Get too; the text in the
      *  form of message_text.hpp. */
     static Answer body(std::string signature, std::string text);

@@ -45,42 +45,43 @@ ScratchDirectory::~ScratchDirectory()
     fs::remove_all(path, ignored);
 }
 
-Mount Mount::tmpfs(const fs::path& at, size_t sizeBytes)
+Mount Mount::tmpfs(const fs::path& point, size_t sizeBytes)
 {
     const std::string options = "size=" + std::to_string(sizeBytes);
-    checked(::mount("tmpfs", at.c_str(), "tmpfs", 0, options.c_str()),
-            "tmpfs on " + at.string());
-    return Mount(at);
+    checked(::mount("tmpfs", point.c_str(), "tmpfs", 0, options.c_str()),
+            "tmpfs on " + point.string());
+    return Mount(point);
 }
 
-Mount Mount::onItself(const fs::path& at)
+Mount Mount::onItself(const fs::path& point)
 {
-    checked(::mount(at.c_str(), at.c_str(), nullptr, MS_BIND, nullptr),
-            "bind of " + at.string());
-    return Mount(at);
+    checked(::mount(point.c_str(), point.c_str(), "none", MS_BIND, nullptr),
+            "bind of " + point.string());
+    return Mount(point);
 }
 
-Mount::Mount(fs::path point) : at(std::move(point))
+Mount::Mount(fs::path mountPoint) : point(std::move(mountPoint))
 {
 }
 
 Mount::~Mount()
 {
-    if (!at.empty())
+    if (!point.empty())
     {
-        ::umount2(at.c_str(), MNT_DETACH);
+        ::umount2(point.c_str(), MNT_DETACH);
     }
 }
 
-Mount::Mount(Mount&& other) noexcept : at(std::exchange(other.at, fs::path()))
+Mount::Mount(Mount&& other) noexcept :
+    point(std::exchange(other.point, fs::path()))
 {
 }
 
 void Mount::makeReadOnly() const
 {
-    checked(::mount(nullptr, at.c_str(), nullptr,
+    checked(::mount(nullptr, point.c_str(), "none",
                     MS_REMOUNT | MS_BIND | MS_RDONLY, nullptr),
-            "read-only " + at.string());
+            "read-only " + point.string());
 }
 
 std::string readFile(const fs::path& path)
@@ -131,7 +132,7 @@ bool untouched(const struct stat& before, const struct stat& after)
 
 fs::path fillUp(const fs::path& directory)
 {
-    const fs::path filler = directory / "filler";
+    fs::path filler = directory / "filler";
     const Descriptor file(checked(
         ::open(filler.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600), filler));
     constexpr std::array<char, 512> block{};

@@ -27,9 +27,9 @@ class Mount
 {
   public:
     /** A tmpfs of this size. */
-    static Mount tmpfs(const std::filesystem::path& at, size_t sizeBytes);
+    static Mount tmpfs(const std::filesystem::path& point, size_t sizeBytes);
     /** The file or directory mounted on itself. */
-    static Mount onItself(const std::filesystem::path& at);
+    static Mount onItself(const std::filesystem::path& point);
 
     ~Mount();
     Mount(Mount&& other) noexcept;
@@ -38,9 +38,9 @@ class Mount
     void makeReadOnly() const;
 
   private:
-    explicit Mount(std::filesystem::path at);
+    explicit Mount(std::filesystem::path mountPoint);
 
-    std::filesystem::path at;
+    std::filesystem::path point;
 };
 
 /** The whole content. @throws std::runtime_error when it cannot be read */

@@ -49,7 +49,7 @@ std::string cutCounted(std::string_view& rest)
     {
         throw std::invalid_argument("a value does not end where it says");
     }
-    const std::string value(cut(rest, length));
+    std::string value(cut(rest, length));
     rest.remove_prefix(1);
     return value;
 }

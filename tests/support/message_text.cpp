@@ -153,7 +153,7 @@ class Words
     std::string nextPlain()
     {
         const std::size_t length = std::min(rest.find(' '), rest.size());
-        const std::string word(rest.substr(0, length));
+        std::string word(rest.substr(0, length));
         rest.remove_prefix(length);
         return word;
     }

@@ -9,6 +9,11 @@ namespace demo
 namespace
 {
 
+constexpr auto backupMount =
+    "image_backup_mount: /usr/share/firmware, /usr/share/firmware/backup";
+constexpr auto bmcImages =
+    "image_list: image-kernel, image-rofs, image-rwfs, image-u-boot";
+
 constexpr auto backupArea = "/usr/share/firmware/backup";
 
 Step configurationOfBios()
@@ -24,8 +29,7 @@ Step configurationOfBios()
                 "updateable: yes",
                 "work_mode: offline",
                 "image_list: bios.bin, bios.sig",
-                "image_backup_mount: "
-                "/usr/share/firmware, /usr/share/firmware/backup",
+                backupMount,
                 "image_backup_path: /usr/share/firmware/backup",
                 "options: keep_settings, reset_settings, reset_nvram",
                 "apply_time_options: Immediate, OnReset, OnStartUpdateRequest",
@@ -50,10 +54,8 @@ Step configurationOfBmc()
                 "configured: yes",
                 "updateable: yes",
                 "work_mode: online",
-                "image_list: "
-                "image-kernel, image-rofs, image-rwfs, image-u-boot",
-                "image_backup_mount: "
-                "/usr/share/firmware, /usr/share/firmware/backup",
+                bmcImages,
+                backupMount,
                 "image_backup_path: /usr/share/firmware/backup",
                 "options: keep_settings, reset_settings",
                 "apply_time_options: Immediate, OnReset",
