@@ -1,0 +1,72 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+/**
+ * What the JSON store is to make of a text, by a reader of our own that shares
+ * nothing with the parser below the store.
+ */
+namespace fuzz
+{
+
+struct Item
+{
+    std::string key;
+    /** Nothing for a value that is no string. */
+    std::optional<std::string> text;
+
+    bool operator==(const Item&) const = default;
+};
+
+struct Section
+{
+    std::string name;
+    bool isObject = false;
+    std::vector<Item> items;
+
+    bool operator==(const Section&) const = default;
+};
+
+/** The items of a document, in its own order. */
+class Sections : public std::vector<Section>
+{
+  public:
+    [[nodiscard]] const Section* find(std::string_view name) const;
+
+    /** The string of an item. */
+    [[nodiscard]] std::optional<std::string> text(std::string_view section,
+                                                  std::string_view key) const;
+
+    void set(const std::string& section, const std::string& key,
+             const std::string& text);
+
+    void remove(std::string_view section, std::string_view key);
+};
+
+enum class Verdict
+{
+    refused,
+    /** A number beyond 64 bits or a double, a NUL in a key, a value in the
+     *  deepest level: up to the parser. */
+    doubtful,
+    accepted
+};
+
+struct Model
+{
+    Verdict verdict = Verdict::refused;
+    Sections sections;
+};
+
+/** Reads a text that is not empty. */
+Model readModel(std::string_view text);
+
+bool isUtf8(std::string_view text);
+
+/** As much of a text of valid UTF-8 as fits, without tearing a character. */
+std::string_view fitting(std::string_view text, std::size_t most);
+
+} // namespace fuzz

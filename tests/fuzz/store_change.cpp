@@ -1,0 +1,213 @@
+/**
+ * Setting an item of any document and deleting it again. The input is section,
+ * key and value, each ended by a NUL, and then the document.
+ */
+#include "fuzz_target.hpp"
+#include "json_model.hpp"
+#include "support/files.hpp"
+
+#include <libostrel.h>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <sstream>
+
+using fuzz::require;
+using fuzz::Verdict;
+
+const int fuzz::sabotages = 8;
+
+namespace
+{
+
+struct Input
+{
+    explicit Input(const std::string& bytes)
+    {
+        std::istringstream fields(bytes);
+        std::getline(fields, section, '\0');
+        std::getline(fields, key, '\0');
+        std::getline(fields, value, '\0');
+        document.assign(std::istreambuf_iterator<char>(fields), {});
+    }
+
+    std::string section;
+    std::string key;
+    std::string value;
+    std::string document;
+};
+
+/** The document, its lock, and what the store may leave beside them. */
+struct Place
+{
+    support::ScratchDirectory scratch;
+    const std::filesystem::path document = scratch.path / "document.json";
+    const std::filesystem::path temporary = scratch.path / "document.json.tmp";
+    const std::filesystem::path lock = scratch.path / "document.lock";
+
+    [[nodiscard]] json_config_t* load() const
+    {
+        errno = 0;
+        auto* const config =
+            json_config_load(document.c_str(), lock.c_str(), 0);
+        if (fuzz::sabotage == 5 && errno == EBADMSG)
+        {
+            errno = EIO;
+        }
+        return config;
+    }
+
+    [[nodiscard]] bool lockIsFree() const
+    {
+        const int file = ::open(lock.c_str(), O_RDONLY | O_CLOEXEC);
+        const bool isFree = ::flock(file, LOCK_EX | LOCK_NB) == 0;
+        ::close(file);
+        return isFree;
+    }
+
+    void requireTidy() const
+    {
+        const bool isFree = fuzz::sabotage != 1 && lockIsFree();
+        require(isFree, "the lock is free");
+        const bool isLeft = fuzz::sabotage == 8 || exists(temporary);
+        require(!isLeft, "no temporary is left");
+    }
+};
+
+/** Whether the set may fail with this errno. */
+bool mayRefuse(int error, const Input& input, const fuzz::Sections& sections)
+{
+    const bool isText = fuzz::isUtf8(input.section) &&
+                        fuzz::isUtf8(input.key) && fuzz::isUtf8(input.value);
+    const fuzz::Section* const section = sections.find(input.section);
+    const bool isSection = section == nullptr || section->isObject;
+    return (error == EILSEQ && !isText) || (error == EBADMSG && !isSection) ||
+           (error == 0 && isText && isSection);
+}
+
+/** The string of the item, or "(none)". */
+std::string textOf(json_config_t* config, const Input& input)
+{
+    std::string buffer(input.value.size() + 8, '\0');
+    if (json_config_get_string(config, input.section.c_str(), input.key.c_str(),
+                               buffer.data(), buffer.size()) != 0)
+    {
+        return "(none)";
+    }
+    if (fuzz::sabotage == 2)
+    {
+        buffer[0] = '!';
+    }
+    buffer.resize(std::strlen(buffer.c_str()));
+    return buffer;
+}
+
+void requireDocument(const Place& place, const fuzz::Sections& expected)
+{
+    fuzz::Model model = fuzz::readModel(support::readFile(place.document));
+    if (fuzz::sabotage == 3 && model.sections.size() > 1)
+    {
+        model.sections.erase(model.sections.begin());
+    }
+    if (fuzz::sabotage == 4 && !model.sections.empty() &&
+        model.sections.front().items.size() > 1)
+    {
+        std::swap(model.sections.front().items[0],
+                  model.sections.front().items[1]);
+    }
+    require(model.verdict != Verdict::refused, "the new text is a document");
+    require(model.sections == expected,
+            "every other item keeps its value and its place");
+}
+
+void checkRefused(const Place& place, const Input& input,
+                  const struct stat& before)
+{
+    require(errno == EBADMSG, "a document is refused with EBADMSG");
+    if (fuzz::sabotage == 7)
+    {
+        support::writeFile(place.document, "{}");
+    }
+    require(support::untouched(before, support::statusOf(place.document)) &&
+                support::readFile(place.document) == input.document,
+            "a refused document is left as it is");
+    place.requireTidy();
+}
+
+/** @return whether the item is there now */
+bool checkSet(const Place& place, json_config_t* config, const Input& input,
+              fuzz::Sections& sections)
+{
+    const bool same = sections.text(input.section, input.key) == input.value;
+    errno = 0;
+    const int result = json_config_set_string(
+        config, input.section.c_str(), input.key.c_str(), input.value.c_str());
+    const int error = result == 0 ? 0 : errno;
+    const std::string found = textOf(config, input);
+    require(json_config_release(config) == 0, "a change is put in place");
+    place.requireTidy();
+    require(same ? error == 0 : mayRefuse(error, input, sections),
+            "only bad text and what is no section is refused");
+    if (error != 0 || same)
+    {
+        require(support::readFile(place.document) == input.document,
+                "where nothing changes nothing is written");
+        return error == 0;
+    }
+    require(found == input.value, "what was set is found");
+    sections.set(input.section, input.key, input.value);
+    requireDocument(place, sections);
+    return true;
+}
+
+void checkDelete(const Place& place, const Input& input,
+                 fuzz::Sections& sections)
+{
+    json_config_t* const config = place.load();
+    require(config != nullptr, "what was written can be loaded again");
+    const std::string kept = textOf(config, input);
+    const int result = json_config_delete_item(config, input.section.c_str(),
+                                               input.key.c_str());
+    const std::string found =
+        fuzz::sabotage == 6 ? kept : textOf(config, input);
+    require(json_config_release(config) == 0, "a deletion is put in place");
+    place.requireTidy();
+    require(kept == input.value, "what was set is kept");
+    require(result == 0 && found == "(none)", "what was deleted is gone");
+    sections.remove(input.section, input.key);
+    requireDocument(place, sections);
+}
+
+} // namespace
+
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    static const Place place;
+    const Input input(std::string(data, data + size));
+    fuzz::Model model = fuzz::readModel(input.document);
+    if (input.document.empty())
+    {
+        model.verdict = Verdict::accepted;
+    }
+
+    support::writeFile(place.document, input.document);
+    const auto before = support::statusOf(place.document);
+    json_config_t* const config = place.load();
+    if (config == nullptr)
+    {
+        require(model.verdict != Verdict::accepted, "a document is read");
+        checkRefused(place, input, before);
+        return 0;
+    }
+    require(model.verdict != Verdict::refused,
+            "what is no document is refused");
+    if (checkSet(place, config, input, model.sections))
+    {
+        checkDelete(place, input, model.sections);
+    }
+    return 0;
+}

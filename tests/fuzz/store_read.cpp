@@ -1,0 +1,117 @@
+/**
+ * Loading any file and reading every item of it, without the lock.
+ */
+#include "fuzz_target.hpp"
+#include "json_model.hpp"
+#include "memory_file.hpp"
+
+#include <libostrel.h>
+
+#include <cerrno>
+#include <memory>
+
+using fuzz::require;
+using fuzz::Verdict;
+
+const int fuzz::sabotages = 4;
+
+namespace
+{
+
+struct ReleaseHandle
+{
+    void operator()(json_config_t* config) const
+    {
+        json_config_release(config);
+    }
+};
+using Handle = std::unique_ptr<json_config_t, ReleaseHandle>;
+
+Handle load(const std::string& path)
+{
+    errno = 0;
+    Handle config(json_config_load(path.c_str(), nullptr, 0));
+    if (fuzz::sabotage == 1 && errno == EBADMSG)
+    {
+        errno = EIO;
+    }
+    if (fuzz::sabotage == 2)
+    {
+        config.reset();
+    }
+    return config;
+}
+
+/** An item as a buffer of this size takes it. */
+void checkItem(json_config_t* config, const std::string& section,
+               const std::string& key, const fuzz::Sections& sections,
+               std::size_t size)
+{
+    // C strings: where a name holds a NUL, another item may be meant.
+    const auto text = sections.text(section.c_str(), key.c_str());
+    const auto buffer = std::make_unique<char[]>(size);
+    buffer[0] = '?';
+    errno = 0;
+    const int result = json_config_get_string(config, section.c_str(),
+                                              key.c_str(), buffer.get(), size);
+    if (!text)
+    {
+        require(result == -1 && errno == ENOENT,
+                "what is no string item is not found");
+        require(buffer[0] == '?', "a failure leaves the buffer");
+        return;
+    }
+    require(result == 0, "a string item is found");
+    const std::string expected(fuzz::fitting(*text, size - 1));
+    if (fuzz::sabotage == 3 && !expected.empty())
+    {
+        buffer[expected.size() - 1] = '\0';
+    }
+    if (fuzz::sabotage == 4 && expected.size() < size - 1)
+    {
+        buffer[expected.size()] = 'x';
+    }
+    require(std::string(buffer.get(), expected.size() + 1) ==
+                std::string(expected.c_str(), expected.size() + 1),
+            "as much of the string as fits is copied, with a NUL behind it");
+}
+
+void checkItems(json_config_t* config, const fuzz::Sections& sections)
+{
+    constexpr std::size_t usualSize = 256;
+    std::size_t smallSize = 1;
+    for (const auto& section : sections)
+    {
+        checkItem(config, section.name, "", sections, usualSize);
+        for (const auto& item : section.items)
+        {
+            checkItem(config, section.name, item.key, sections, usualSize);
+            checkItem(config, section.name, item.key, sections, smallSize);
+            smallSize = smallSize % 16 + 1;
+        }
+    }
+    checkItem(config, "", "", sections, usualSize);
+}
+
+} // namespace
+
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    static fuzz::MemoryFile file;
+    const std::string text(data, data + size);
+    const fuzz::Model model = fuzz::readModel(text);
+
+    file.write(text);
+    const Handle config = load(file.path());
+    if (config == nullptr)
+    {
+        require(errno == (text.empty() ? ENOENT : EBADMSG),
+                "a document is refused with EBADMSG");
+        require(model.verdict != Verdict::accepted, "a document is read");
+        return 0;
+    }
+    require(model.verdict != Verdict::refused,
+            "what is no document is refused");
+    checkItems(config.get(), model.sections);
+    return 0;
+}
