@@ -10,7 +10,7 @@
 #include <algorithm>
 #include <array>
 #include <fstream>
-#include <iterator>
+#include <sstream>
 #include <stdexcept>
 #include <system_error>
 #include <utility>
@@ -91,7 +91,9 @@ std::string readFile(const fs::path& path)
     {
         throw std::runtime_error("cannot read " + path.string());
     }
-    return {std::istreambuf_iterator<char>(file), {}};
+    std::ostringstream content;
+    content << file.rdbuf();
+    return std::move(content).str();
 }
 
 void writeFile(const fs::path& path, const std::string& content)
