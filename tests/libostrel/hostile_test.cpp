@@ -139,6 +139,8 @@ INSTANTIATE_TEST_SUITE_P(
         Document{"InAKey", [] { return "{\"a\":{\"b\0\":\"c\"}}"s; }},
         Document{"BetweenItems",
                  [] { return "{\"a\":{\"b\":\"c\",\0\"d\":\"e\"}}"s; }},
+        Document{"BehindANumber", [] { return "{\"a\":{\"b\":1\0}}"s; }},
+        Document{"BehindAWord", [] { return "{\"a\":{\"b\":true\0}}"s; }},
         Document{"AtTheStart", [] { return "\0{}"s; }},
         // What some file systems leave of a file after a power cut.
         Document{"Alone", [] { return std::string(4096, '\0'); }}),
@@ -224,6 +226,41 @@ TEST_F(Hostile, EscapedNulEndsAStringForTheReaderAndIsKept)
     "a": {
         "b": "x\u0000y",
         "c": "new"
+    }
+}
+)");
+}
+
+TEST_F(Hostile, EscapedNulInAForeignKeyIsKeptAndHidesNothing)
+{
+    support::writeFile(document, R"({"a\u0000":{"x":"1"},)"
+                                 R"("a":{"b\u0000c":"2","b":"3"}})");
+    EXPECT_EQ(get(load(), "a", "x"), "(none)");
+    EXPECT_EQ(get(load(), "a", "b"), "3");
+    EXPECT_EQ(set("a", "b", "new"), std::pair(0, 0));
+    EXPECT_EQ(support::readFile(document), R"({
+    "a\u0000": {
+        "x": "1"
+    },
+    "a": {
+        "b\u0000c": "2",
+        "b": "new"
+    }
+}
+)");
+}
+
+TEST_F(Hostile, IntegersBeyond64BitsAreKept)
+{
+    support::writeFile(document, R"({"a":{"n":123456789012345678901234567890,)"
+                                 R"("m":-9223372036854775809,"b":"old"}})");
+    EXPECT_EQ(get(load(), "a", "b"), "old");
+    EXPECT_EQ(set("a", "b", "new"), std::pair(0, 0));
+    EXPECT_EQ(support::readFile(document), R"({
+    "a": {
+        "n": 123456789012345678901234567890,
+        "m": -9223372036854775809,
+        "b": "new"
     }
 }
 )");
