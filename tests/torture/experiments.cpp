@@ -7,6 +7,7 @@ const std::vector<Experiment>& experiments()
 {
     static const std::vector<Experiment> all{
         failingCalls, kills, powerCuts, writers, memory,
+        misbehavingBus,
     };
     return all;
 }

@@ -10,5 +10,6 @@ extern const Experiment kills;
 extern const Experiment powerCuts;
 extern const Experiment writers;
 extern const Experiment memory;
+extern const Experiment misbehavingBus;
 
 } // namespace torture

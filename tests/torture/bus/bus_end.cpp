@@ -1,0 +1,129 @@
+#include "bus_end.hpp"
+
+#include "judgement.hpp"
+
+#include <poll.h>
+
+#include <thread>
+
+namespace torture::bus
+{
+
+namespace
+{
+
+using phosphor::software::updater::FwManager;
+using support::Answer;
+
+/** Ends the bus as soon as a call is under way, at the latest at the end. */
+class EndingDuringTheCall
+{
+  public:
+    EndingDuringTheCall(support::PrivateBus& bus,
+                        support::FakeServices& services) :
+        thread([&](const std::stop_token& over) {
+            while (services.takeCalls().empty() && !over.stop_requested())
+            {
+                ::poll(nullptr, 0, 1);
+            }
+            bus.stop();
+        })
+    {
+    }
+
+  private:
+    std::jthread thread;
+};
+
+/** Calls, and judges by what a manager made at that time is to see. */
+class Caller
+{
+  public:
+    Caller(Bench& theBench, const Operation& theOperation, Report& theReport) :
+        bench(theBench), operation(theOperation), report(theReport)
+    {
+    }
+
+    void call(FwManager& manager, const std::string& when, const Ending& ending)
+    {
+        const std::string object(operation.object);
+        judge(report, std::string(operation.name) + ", " + when,
+              bench.observe(manager, operation, object, "text"), operation,
+              ending, object, "text");
+        report.count("calls around the end of the bus");
+    }
+
+  private:
+    Bench& bench;
+    const Operation& operation;
+    Report& report;
+};
+
+const Ending closed = fails("sd_bus_call: ");
+const Ending never = leaves("sd_bus_message_new_method_call: ");
+
+void endDuringTheCall(Bench& bench, const Operation& operation, Caller caller)
+{
+    auto& services = bench.newServices(operation);
+    services.answer(std::string(operation.path) + std::string(operation.object),
+                    "", Answer::never());
+    FwManager before("Host");
+    const EndingDuringTheCall end(bench.systemBus(), services);
+    caller.call(before, "the bus ends during the call", closed);
+}
+
+void endBetweenTheCalls(Bench& bench, const Operation& operation, Caller caller)
+{
+    FwManager before("Host");
+    setTimeOut(0);
+    bench.systemBus().stop();
+    bench.removeServices();
+    caller.call(before, "the bus ended before", closed);
+    caller.call(before, "the bus is still gone", closed);
+    FwManager meanwhile("Host");
+    caller.call(meanwhile, "another manager without a bus", closed);
+
+    bench.systemBus().start();
+    bench.newServices(operation);
+    caller.call(before, "the bus is back, the manager is old", closed);
+    FwManager beside("Host");
+    caller.call(beside, "a new manager beside an old one", closed);
+}
+
+void callAfterwards(Caller caller)
+{
+    FwManager after("Host");
+    caller.call(after, "a new manager when the old ones are gone", Ending());
+}
+
+void startWithoutABus(Bench& bench, const Operation& operation, Caller caller)
+{
+    bench.systemBus().stop();
+    bench.removeServices();
+    FwManager early("Host");
+    caller.call(early, "a manager made without a bus", never);
+    bench.systemBus().start();
+    bench.newServices(operation);
+    caller.call(early, "the bus comes after the manager", never);
+    FwManager beside("Host");
+    caller.call(beside, "a new manager beside one without a bus", Ending());
+}
+
+} // namespace
+
+void endTheBus(Bench& bench, const Operation& operation, Report& report)
+{
+    const Caller caller(bench, operation, report);
+    bench.heal(operation);
+    endDuringTheCall(bench, operation, caller);
+    bench.systemBus().start();
+
+    bench.heal(operation);
+    endBetweenTheCalls(bench, operation, caller);
+    callAfterwards(caller);
+
+    bench.heal(operation);
+    startWithoutABus(bench, operation, caller);
+}
+
+} // namespace torture::bus

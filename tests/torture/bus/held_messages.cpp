@@ -1,0 +1,102 @@
+#include "held_messages.hpp"
+
+#include <systemd/sd-bus.h>
+
+#include <dlfcn.h>
+
+#include <utility>
+
+namespace torture::bus
+{
+
+namespace
+{
+
+thread_local int held = 0;
+thread_local bool leaking = false;
+thread_local bool kept = false;
+
+/** libsystemd calls the functions below too, for references of its own. */
+thread_local bool inside = false;
+
+/** Calls libsystemd's function. */
+template <typename Function, typename... Arguments>
+auto callNext(const char* name, Arguments... arguments)
+{
+    auto* const next = reinterpret_cast<Function*>(::dlsym(RTLD_NEXT, name));
+    const bool nested = std::exchange(inside, true);
+    const auto result = next(arguments...);
+    inside = nested;
+    return result;
+}
+
+/** Counts references that the calls of others take. */
+void take(bool taken)
+{
+    held += taken && !inside ? 1 : 0;
+}
+
+/** Whether a reference that is returned is to be kept after all. */
+bool keep()
+{
+    kept = leaking && !inside && !kept;
+    return kept;
+}
+
+} // namespace
+
+int heldMessages()
+{
+    return held;
+}
+
+void leakMessages(bool leak)
+{
+    leaking = leak;
+}
+
+} // namespace torture::bus
+
+using torture::bus::callNext;
+using torture::bus::held;
+using torture::bus::inside;
+using torture::bus::keep;
+using torture::bus::take;
+
+// What follows takes the place of libsystemd's functions in the whole process,
+// because a program comes before its libraries.
+
+int sd_bus_message_new_method_call(sd_bus* bus, sd_bus_message** message,
+                                   const char* service, const char* path,
+                                   const char* interface, const char* member)
+{
+    const int result = callNext<decltype(sd_bus_message_new_method_call)>(
+        __func__, bus, message, service, path, interface, member);
+    take(result >= 0);
+    return result;
+}
+
+int sd_bus_call(sd_bus* bus, sd_bus_message* message, uint64_t microseconds,
+                sd_bus_error* error, sd_bus_message** reply)
+{
+    const int result = callNext<decltype(sd_bus_call)>(
+        __func__, bus, message, microseconds, error, reply);
+    take(result >= 0 && reply != nullptr);
+    return result;
+}
+
+sd_bus_message* sd_bus_message_ref(sd_bus_message* message)
+{
+    take(message != nullptr);
+    return callNext<decltype(sd_bus_message_ref)>(__func__, message);
+}
+
+sd_bus_message* sd_bus_message_unref(sd_bus_message* message)
+{
+    if (message == nullptr || keep())
+    {
+        return nullptr;
+    }
+    held -= inside ? 0 : 1;
+    return callNext<decltype(sd_bus_message_unref)>(__func__, message);
+}

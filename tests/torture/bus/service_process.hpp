@@ -1,0 +1,27 @@
+#pragma once
+
+#include "misbehaviours.hpp"
+#include "support/child.hpp"
+
+namespace torture::bus
+{
+
+/** The services in a process of their own, as on a machine. */
+class ServiceProcess
+{
+  public:
+    /** Returns once the process owns the names. */
+    ServiceProcess(const Operation& operation, Peer peer);
+
+    /** Lets a stopped one go on. */
+    void goOn() const;
+
+  private:
+    support::Gate ready;
+    support::Child process;
+};
+
+/** How long a call waits that nobody answers. */
+inline constexpr uint64_t shortTimeOutMicroseconds = 50'000;
+
+} // namespace torture::bus
