@@ -68,7 +68,10 @@ class Bench
     bool servicesStore = true;
 };
 
-/** How long the calls of this thread's connection wait; 0 for the default. */
+/** Enough for a long text on a busy machine, in a sanitized build. */
+inline constexpr uint64_t longTimeOutMicroseconds = 300'000'000;
+
+/** How long the calls of this thread's connection wait. */
 void setTimeOut(uint64_t microseconds);
 
 /** What the release file holds before every operation. */

@@ -75,7 +75,6 @@ void endDuringTheCall(Bench& bench, const Operation& operation, Caller caller)
 void endBetweenTheCalls(Bench& bench, const Operation& operation, Caller caller)
 {
     FwManager before("Host");
-    setTimeOut(0);
     bench.systemBus().stop();
     bench.removeServices();
     caller.call(before, "the bus ended before", closed);

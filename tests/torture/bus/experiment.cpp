@@ -30,12 +30,13 @@ void runCell(Bench& bench, const Operation& operation, const Misbehaviour& how,
 
     bench.misbehave(operation, how);
     FwManager manager("Host");
-    setTimeOut(how.timesOut ? shortTimeOutMicroseconds : 0);
+    setTimeOut(how.timesOut ? shortTimeOutMicroseconds
+                            : longTimeOutMicroseconds);
     judge(report, cell, bench.observe(manager, operation, object, text),
           operation, ending, object, text);
 
     bench.heal(operation);
-    setTimeOut(0);
+    setTimeOut(longTimeOutMicroseconds);
     const Ending after = how.disconnects ? fails("sd_bus_call: ") : Ending();
     judge(report, cell + ", the next call",
           bench.observe(manager, operation, ordinary, ordinaryText), operation,

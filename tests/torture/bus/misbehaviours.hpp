@@ -59,7 +59,7 @@ struct Misbehaviour
     /** Until nobody waits any longer. */
     bool timesOut = false;
     /** Takes its time, so few operations are enough for every day. */
-    bool slow = timesOut || peer == Peer::killed;
+    bool slow = false;
     /** Nothing of this connection works any more. */
     bool disconnects = false;
     /** Instead of the operation's own. */
