@@ -18,7 +18,9 @@ class OpenFile
 {
   public:
     OpenFile(const std::string& path, int flags) :
-        descriptor(::open(path.c_str(), flags | O_CLOEXEC, newFileMode))
+        // Nonblocking, so that a FIFO in this place cannot hang the open.
+        descriptor(
+            ::open(path.c_str(), flags | O_CLOEXEC | O_NONBLOCK, newFileMode))
     {
     }
 
@@ -128,7 +130,7 @@ bool writeText(const std::string& path, const std::vector<std::string>& pieces)
 
 void synchronise(const std::string& path)
 {
-    const OpenFile file(path, O_RDONLY | O_NONBLOCK);
+    const OpenFile file(path, O_RDONLY);
     if (file.isOpen())
     {
         file.synchronise();

@@ -498,6 +498,18 @@ TEST_F(ImageBackup, StatusThatCannotBeReadLeavesAsAnException)
     EXPECT_TRUE(logged().empty());
 }
 
+TEST_F(ImageBackup, FifoInPlaceOfTheVersionDoesNotHang)
+{
+    fs::create_directories(verifying);
+    ASSERT_EQ(::mkfifo((verifying / "version").c_str(), 0600), 0);
+    EXPECT_EQ(versions(), Versions("untouched", "untouched"));
+    verify("1.0");
+    EXPECT_FALSE(fs::exists(verified));
+    receive("image");
+    backUp("1.0");
+    EXPECT_EQ(versions(), Versions("1.0", "untouched"));
+}
+
 TEST_F(ImageBackup, NewFilesHaveTheDefaultMode)
 {
     receive("image");

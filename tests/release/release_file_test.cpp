@@ -236,6 +236,26 @@ TEST_F(ReleaseFile, SettingWhereNothingCanBeWrittenPrintsTwice)
               "Open file /absent/file failed.Open file /absent/file failed.");
 }
 
+TEST_F(ReleaseFile, FifoInItsPlaceDoesNotHang)
+{
+    ASSERT_EQ(::mkfifo(file.c_str(), 0600), 0);
+    Entries entries;
+    EXPECT_EQ(bmcReleaseFileRead(file, entries), 0);
+    EXPECT_TRUE(entries.empty());
+    EXPECT_EQ(printed([&] { EXPECT_EQ(bmcReleaseFileWrite(file, {}), -1); }),
+              "Open file " + file + " failed.");
+}
+
+TEST_F(ReleaseFile, LineBreakInAValueIsOneInTheFile)
+{
+    support::writeFile(file, "NAME=\"old\"\n");
+    EXPECT_EQ(bmcReleaseFileItemSet(file, "VERSION_ID", "1\"\nNAME=\"other"),
+              0);
+    Entries entries;
+    EXPECT_EQ(bmcReleaseFileRead(file, entries), 0);
+    EXPECT_EQ(entries, (Entries{{"NAME", "other"}, {"VERSION_ID", "1"}}));
+}
+
 TEST_F(ReleaseFile, SettingThrowsForAnEmptyLineAndLeavesTheFile)
 {
     support::writeFile(file, "A=\"1\"\n\n");
