@@ -65,6 +65,12 @@ class OpenFile
         return true;
     }
 
+    /** Of this directory. */
+    void remove(const std::string& name) const
+    {
+        ::unlinkat(descriptor, name.c_str(), 0);
+    }
+
     void synchronise() const
     {
         ::fsync(descriptor);
@@ -126,6 +132,16 @@ bool writeText(const std::string& path, const std::vector<std::string>& pieces)
     // dot is all there is of it when the path is a bare name.
     synchronise(std::filesystem::path(path).parent_path() / ".");
     return true;
+}
+
+void removeFrom(const std::string& directory, const std::string& name)
+{
+    const OpenFile opened(directory, O_RDONLY | O_DIRECTORY | O_NOFOLLOW);
+    if (opened.isOpen())
+    {
+        opened.remove(name);
+        opened.synchronise();
+    }
 }
 
 void synchronise(const std::string& path)

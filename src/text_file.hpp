@@ -20,6 +20,10 @@ std::optional<std::string> readText(const std::string& path);
  */
 bool writeText(const std::string& path, const std::vector<std::string>& pieces);
 
+/** Removes a file from a directory and waits until that is on the disk. A
+ *  directory that is a symbolic link is left alone; nothing is reported. */
+void removeFrom(const std::string& directory, const std::string& name);
+
 /** Waits until a file or a directory is on the disk, as far as that can be
  *  had; a failure is not reported. */
 void synchronise(const std::string& path);

@@ -39,18 +39,20 @@ std::string imageIn(const std::string& directory)
     return directory + "/firmware.tar";
 }
 
+constexpr auto versionName = "version";
+
 std::string versionFileIn(const std::string& slot)
 {
-    return slot + "/version";
+    return slot + "/" + versionName;
 }
 
 /** The version goes first, so that no power cut leaves one without its image,
- *  which would pass for a whole slot. */
+ *  which would pass for a whole slot. A link in its place is removed, and what
+ *  it leads to is left. */
 void removeSlot(const std::string& slot)
 {
+    removeFrom(slot, versionName);
     std::error_code ignored;
-    fs::remove(versionFileIn(slot), ignored);
-    synchronise(slot);
     fs::remove_all(slot, ignored);
 }
 

@@ -498,6 +498,25 @@ TEST_F(ImageBackup, StatusThatCannotBeReadLeavesAsAnException)
     EXPECT_TRUE(logged().empty());
 }
 
+TEST_F(ImageBackup, SlotThatIsALinkIsReplacedAndNotFollowed)
+{
+    const fs::path elsewhere = scratch.path / "elsewhere";
+    for (const auto& slot : {verifying, verified})
+    {
+        support::writeFile(elsewhere / "version", "not ours");
+        fs::create_directories(slot.parent_path());
+        fs::remove_all(slot);
+        fs::create_directory_symlink(elsewhere, slot);
+        receive("image");
+        backUp("1.0");
+        verify("1.0");
+        EXPECT_FALSE(fs::is_symlink(slot));
+        EXPECT_EQ(support::namesIn(elsewhere), Names{"version"});
+        EXPECT_EQ(support::readFile(elsewhere / "version"), "not ours");
+    }
+    EXPECT_EQ(versions(), Versions("untouched", "1.0"));
+}
+
 TEST_F(ImageBackup, FifoInPlaceOfTheVersionDoesNotHang)
 {
     fs::create_directories(verifying);
@@ -508,6 +527,45 @@ TEST_F(ImageBackup, FifoInPlaceOfTheVersionDoesNotHang)
     receive("image");
     backUp("1.0");
     EXPECT_EQ(versions(), Versions("1.0", "untouched"));
+}
+
+TEST_F(ImageBackup, NameIsAppendedAsItIs)
+{
+    const std::vector<std::pair<std::string, fs::path>> rows{
+        {"", root},
+        {".", root},
+        {"..", scratch.path},
+        {"../x", scratch.path / "x"},
+        {"a/b", root / "a/b"},
+        {"/etc", root / "etc"},
+    };
+    for (const auto& [name, directory] : rows)
+    {
+        support::writeFile(
+            configFile, R"({")" + name +
+                            R"(":{"updateable":"yes","image_backup_path":")" +
+                            root.string() + "\"}}");
+        receive("image of " + name);
+        FwManager(name).backupImage(source, "1.0");
+        EXPECT_EQ(support::readFile(directory / "verifying/firmware.tar"),
+                  "image of " + name);
+        EXPECT_EQ(support::readFile(directory / "verifying/version"), "1.0");
+    }
+}
+
+TEST_F(ImageBackup, NameTooLongForAPathLosesTheImage)
+{
+    const std::string name(256, 'x');
+    support::writeFile(configFile,
+                       R"({")" + name +
+                           R"(":{"updateable":"yes","image_backup_path":")" +
+                           root.string() + "\"}}");
+    receive("image");
+    FwManager manager(name);
+    manager.backupImage(source, "1.0");
+    EXPECT_FALSE(fs::exists(source / "firmware.tar"));
+    EXPECT_TRUE(support::namesIn(root).empty());
+    EXPECT_THROW(manager.verifyBackupImage("1.0"), fs::filesystem_error);
 }
 
 TEST_F(ImageBackup, NewFilesHaveTheDefaultMode)
