@@ -8,6 +8,7 @@ const std::vector<Experiment>& experiments()
     static const std::vector<Experiment> all{
         failingCalls, kills, powerCuts, writers, memory,
         misbehavingBus,
+        whoMayDoWhat,
     };
     return all;
 }

@@ -11,5 +11,6 @@ extern const Experiment powerCuts;
 extern const Experiment writers;
 extern const Experiment memory;
 extern const Experiment misbehavingBus;
+extern const Experiment whoMayDoWhat;
 
 } // namespace torture

@@ -1,0 +1,147 @@
+#include "actor.hpp"
+#include "files.hpp"
+#include "parts.hpp"
+#include "snapshot.hpp"
+#include "support/files.hpp"
+
+#include <filesystem>
+
+namespace torture::access
+{
+
+namespace
+{
+
+namespace fs = std::filesystem;
+using phosphor::software::updater::FwManager;
+
+/** Where the slots of a firmware with this name lie. */
+struct Row
+{
+    std::string name;
+    /** Below /run/backup; empty where the name gives no path. */
+    std::string directory;
+};
+
+std::vector<Row> rows()
+{
+    constexpr size_t mebibyte = 1024 * 1024;
+    return {
+        {"BMC", "area/BMC"},
+        {"", "area"},
+        {".", "area"},
+        {"..", ""},
+        {"../x", "x"},
+        {"../../backup/y", "y"},
+        {"a/b", "area/a/b"},
+        {"/etc", "area/etc"},
+        {"line\nbreak", "area/line\nbreak"},
+        {std::string(256, 'x'), "none"},
+        {std::string(mebibyte, 'x'), "none"},
+    };
+}
+
+std::string configuration(const std::string& name)
+{
+    std::string quoted;
+    for (const char each : name)
+    {
+        quoted += each == '\n' ? std::string("\\n") : std::string(1, each);
+    }
+    return "{\"" + quoted +
+           R"(": {"updateable": "yes", "image_backup_path": "/run/backup/area"}})";
+}
+
+void backUpAs(const Row& row, Report& report)
+{
+    const bool possible = row.directory != "none";
+    const std::string what =
+        "the name " + row.name.substr(0, 20) + " of a backup: ";
+    removeEverything();
+    support::writeFile("/run/backup/area/BMC/verified/version", "other");
+    support::writeFile("/run/incoming/firmware.tar", "image");
+    support::writeFile(configFile, configuration(row.name));
+    const auto before = takeSnapshot({backupRoot});
+
+    act(As::root, [&] {
+        FwManager manager(row.name);
+        manager.backupImage(incoming, "1");
+        return "";
+    });
+    auto after = takeSnapshot({backupRoot});
+    const fs::path slot =
+        (fs::path(backupRoot) / row.directory / "verifying").lexically_normal();
+    if (possible != (after.contains(slot / "firmware.tar") &&
+                     after.contains(slot / "version")))
+    {
+        report.loss(what + differences(before, after));
+    }
+    std::erase_if(after, [&](const auto& file) {
+        return possible && (slot.string().starts_with(file.first) ||
+                            file.first.starts_with(slot.string()));
+    });
+    auto others = before;
+    std::erase_if(others, [&](const auto& file) {
+        return possible && slot.string().starts_with(file.first);
+    });
+    if (others != after)
+    {
+        report.loss(what + differences(others, after));
+    }
+    // Also where there is no way to keep it.
+    if (fs::exists("/run/incoming/firmware.tar"))
+    {
+        report.loss(what + "the original is still there");
+    }
+    report.count("names of backups");
+}
+
+void readAs(const std::string& name, const std::string& should, Report& report)
+{
+    support::writeFile(configFile, configuration(name));
+    const auto told = act(As::root, [&] {
+        FwManager manager(name);
+        return readBackups(manager);
+    });
+    if (told != should)
+    {
+        report.loss("the backups of " + name.substr(0, 20) + ": " + told);
+    }
+}
+
+/** A NUL ends the name and all that comes behind it in the path. */
+void cutTheName(Report& report)
+{
+    removeEverything();
+    support::writeFile("/run/backup/area/x/verified/version", "other");
+    support::writeFile("/run/incoming/firmware.tar", "image");
+    support::writeFile(configFile,
+                       R"({"x": {"updateable": "yes",
+                           "image_backup_path": "/run/backup/area"}})");
+    act(As::root, [] {
+        FwManager manager(std::string("x\0y", 3));
+        manager.backupImage(incoming, "1");
+        return "";
+    });
+    if (fs::exists("/run/backup/area/x/verified/version"))
+    {
+        report.loss("a NUL in the name spares the backup of the firmware "
+                    "with the name before it: docs/security.md is wrong");
+    }
+    report.count("names of backups");
+}
+
+} // namespace
+
+void nameBackups(const Plan&, Report& report)
+{
+    for (const auto& row : rows())
+    {
+        backUpAs(row, report);
+    }
+    readAs(std::string(256, 'x'), "threw File name too long", report);
+    readAs("none", "before, before", report);
+    cutTheName(report);
+}
+
+} // namespace torture::access

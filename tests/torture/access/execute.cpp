@@ -1,0 +1,92 @@
+#include "files.hpp"
+#include "parts.hpp"
+#include "support/child.hpp"
+#include "support/private_bus.hpp"
+#include "torture/supervised.hpp"
+
+#include <libostrel.h>
+
+#include <fcntl.h>
+
+#include <array>
+#include <map>
+
+namespace torture::access
+{
+
+namespace
+{
+
+using phosphor::software::updater::FwManager;
+
+std::string descriptorsOfAnExecutedProgram()
+{
+    return support::run({"ls", "/proc/self/fd"}).output;
+}
+
+/** With all that the library can have open between two calls. */
+void executeMeanwhile(const Plan& plan, Report& report)
+{
+    installEverything();
+    const std::string before = descriptorsOfAnExecutedProgram();
+    const support::PrivateBus bus;
+    const FwManager manager("BMC");
+    auto* const handle = json_config_load(stateFile, lockFile, 0);
+    json_config_set_string(handle, "BMC", "key", "new");
+    const support::Descriptor inherited(
+        plan.breaks("inherited") ? ::open(lockFile, O_RDONLY) : -1);
+    const std::string during = descriptorsOfAnExecutedProgram();
+    if (before != during)
+    {
+        report.loss("an executed program has descriptors " + during);
+    }
+    json_config_release(handle);
+    report.count("executed programs");
+}
+
+/** Where the flags of a call that opens a descriptor stand. */
+const std::map<std::string, size_t, std::less<>> opening{
+    {"open", 1}, {"openat", 2}, {"socket", 1}, {"pipe2", 1}};
+
+/** How many descriptors the operation opens that an execution does not close
+ *  from their first moment: another thread may execute a program then. */
+size_t openInherited(std::string (*run)(FwManager&), Report& report)
+{
+    installEverything();
+    FwManager manager("BMC");
+    Supervised child([&] { return run(manager); });
+    size_t inherited = 0;
+    while (const auto call = child.next())
+    {
+        const auto flags = opening.find(call->name);
+        if (flags != opening.end())
+        {
+            report.count("opened files");
+            inherited +=
+                (call->arguments.at(flags->second) & O_CLOEXEC) == 0 ? 1 : 0;
+        }
+        child.proceed();
+    }
+    child.wait();
+    return inherited;
+}
+
+} // namespace
+
+void execute(const Plan& plan, Report& report)
+{
+    executeMeanwhile(plan, report);
+    for (auto* const run :
+         {save, remove, read, readConfiguration, readRelease, setRelease,
+          writeRelease, backUp, promote, readBackups})
+    {
+        // The copying of the standard library of g++ 12 opens both files so.
+        const size_t most = run == backUp ? 2 : 0;
+        if (openInherited(run, report) > most)
+        {
+            report.loss("a file is opened without O_CLOEXEC");
+        }
+    }
+}
+
+} // namespace torture::access

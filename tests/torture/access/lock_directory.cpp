@@ -1,0 +1,220 @@
+#include "actor.hpp"
+#include "files.hpp"
+#include "parts.hpp"
+#include "snapshot.hpp"
+#include "support/child.hpp"
+#include "support/files.hpp"
+
+#include <libostrel.h>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <array>
+#include <filesystem>
+
+namespace torture::access
+{
+
+namespace
+{
+
+namespace fs = std::filesystem;
+using phosphor::software::updater::FwManager;
+
+constexpr std::string_view saves = "0";
+constexpr std::string_view waits = "waits for the lock";
+
+/** A lock directory, and what others can do in it. */
+struct Directory
+{
+    std::string_view name;
+    unsigned int mode;
+    /** What becomes of a save while somebody holds the lock, after another
+     *  user has tried to remove the lock file. */
+    std::string_view saveAfterRemoval;
+};
+
+constexpr std::array<Directory, 3> directories{{
+    {"directory of root's", 0755, waits},
+    {"directory open to all", 0777, saves},
+    {"sticky directory open to all", 01777, waits},
+}};
+
+/** What another user puts there, as far as the kernel lets him. */
+struct Plant
+{
+    std::string_view name;
+    void (*make)();
+};
+
+constexpr std::array<Plant, 6> plants{{
+    {"link", [] { fs::create_symlink(victim, lockFile); }},
+    {"link to a new file",
+     [] { fs::create_symlink("/run/victim/new", lockFile); }},
+    {"hard link", [] { fs::create_hard_link(victim, lockFile); }},
+    {"FIFO", [] { ::mkfifo(lockFile, 0666); }},
+    {"directory", [] { fs::create_directory(lockFile); }},
+    {"file of his own", [] { support::writeFile(lockFile, "x"); }},
+}};
+
+std::string saveAsRoot()
+{
+    return act(As::root, [] {
+        FwManager manager("BMC");
+        return save(manager);
+    });
+}
+
+std::string saveAsRoot(std::string_view should)
+{
+    if (should != waits)
+    {
+        return saveAsRoot();
+    }
+    const support::Child child([] {
+        FwManager manager("BMC");
+        return manager.saveVersionStringFromInfo("key", "new");
+    });
+    return std::string(child.waitsForLock() ? waits : "does not wait");
+}
+
+void install(const Directory& directory)
+{
+    installEverything();
+    fs::permissions(lockDirectory, fs::perms(directory.mode));
+}
+
+void expect(Report& report, const std::string& what, const std::string& is,
+            std::string_view should)
+{
+    if (is != should)
+    {
+        report.loss(what + ": " + is + ", not " + std::string(should));
+    }
+}
+
+void plantIn(const Directory& directory, Report& report)
+{
+    for (const auto& each : plants)
+    {
+        install(directory);
+        fs::remove(lockFile);
+        const auto before = takeSnapshot({victimDirectory});
+        act(As::nobody, [&] {
+            each.make();
+            return "";
+        });
+        const std::string what = "a " + std::string(each.name) + " in a " +
+                                 std::string(directory.name);
+        if (const auto told = saveAsRoot(); told != "0" && told != "-1")
+        {
+            report.loss(what + ": " + told);
+        }
+        expect(report, what,
+               differences(before, takeSnapshot({victimDirectory})), "");
+        report.count("plants in lock directories");
+    }
+}
+
+void removeTheHeldLock(const Directory& directory, Report& report)
+{
+    install(directory);
+    auto* const holder = json_config_load(stateFile, lockFile, 0);
+    act(As::nobody, [] {
+        fs::remove(lockFile);
+        return "";
+    });
+    expect(report, "a removed lock file in a " + std::string(directory.name),
+           saveAsRoot(directory.saveAfterRemoval), directory.saveAfterRemoval);
+    json_config_release(holder);
+    report.count("removed locks");
+}
+
+/** Whether somebody without rights can hold the services up. */
+void holdTheLock(const std::string& what, std::string_view should,
+                 Report& report)
+{
+    const support::Gate held;
+    const support::Child holder([&] {
+        become(As::nobody);
+        const int file = ::open(lockFile, O_RDONLY | O_CLOEXEC);
+        ::flock(file, LOCK_EX);
+        held.open();
+        ::pause();
+        return 0;
+    });
+    held.pass();
+    expect(report, what, saveAsRoot(should), should);
+    report.count("lock holders without rights");
+}
+
+void holdTheLockOfMode(unsigned int mode, std::string_view should,
+                       Report& report)
+{
+    installEverything();
+    fs::permissions(lockFile, fs::perms(mode));
+    holdTheLock("a lock file of mode " + std::to_string(mode), should, report);
+}
+
+void installWithoutTheDirectory()
+{
+    installEverything();
+    fs::remove_all(lockDirectory);
+    fs::permissions("/run/lock", fs::perms(01777));
+}
+
+/** Where the directory is missing, anybody may lead it elsewhere. */
+void linkTheDirectory(Report& report)
+{
+    installWithoutTheDirectory();
+    act(As::nobody, [] {
+        fs::create_directory_symlink(victimDirectory, lockDirectory);
+        return "";
+    });
+    const auto before = takeSnapshot({victimDirectory});
+    saveAsRoot();
+    // An empty file of root's, unless fs.protected_symlinks forbids to follow.
+    const fs::path made = fs::path(victimDirectory) / "version.lock";
+    if (fs::exists(made))
+    {
+        expect(report, "the lock behind a planted directory",
+               support::readFile(made), "");
+        fs::remove(made);
+        report.count("locks led elsewhere");
+    }
+    expect(report, "a link as the lock directory",
+           differences(before, takeSnapshot({victimDirectory})), "");
+}
+
+/** Where it is missing, whoever calls first owns the lock for good. */
+void ownTheDirectory(Report& report)
+{
+    installWithoutTheDirectory();
+    act(As::nobody, [] {
+        FwManager manager("BMC");
+        return read(manager);
+    });
+    expect(report, "the owner of the lock",
+           std::to_string(support::statusOf(lockFile).st_uid),
+           std::to_string(nobody));
+    holdTheLock("a lock file of somebody else's", waits, report);
+}
+
+} // namespace
+
+void shareTheLockDirectory(const Plan&, Report& report)
+{
+    for (const auto& directory : directories)
+    {
+        plantIn(directory, report);
+        removeTheHeldLock(directory, report);
+    }
+    holdTheLockOfMode(0600, saves, report);
+    holdTheLockOfMode(0644, waits, report);
+    linkTheDirectory(report);
+    ownTheDirectory(report);
+}
+
+} // namespace torture::access
