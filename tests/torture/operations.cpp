@@ -278,7 +278,7 @@ Operation backupOperation()
                      {"openat", 5, noImage},
                      {"fchmod", 1, torn},
                      {"sendfile", 1, torn},
-                     {"unlink", 2, both},
+                     {"unlink", 1, both},
                      {"openat", 12, noVersion},
                      {"write", 1, emptyVersion}},
             // The image is whole in one place or the other.
@@ -318,7 +318,7 @@ Operation promotionOperation()
                      {"newfstatat", 4, noVersion},
                      {"fcntl", 0, noVersion},
                      {"getdents64", 1, noVersion},
-                     {"unlinkat", 1, noVersion},
+                     {"unlinkat", 2, noVersion},
                      {"rename", 1, noneVerified}},
             .interrupted = {nothing.files, noVersion.files, noneVerified.files,
                             done.files},
