@@ -67,7 +67,7 @@ typedef struct json_config json_config_t;
  *                  than 2048 levels of objects and arrays
  *         EISDIR   path or lock_path is a directory
  *         ENOTSUP  path is a FIFO, a device or another file without content
- *         ENXIO    path is a socket
+ *         ENXIO    path or lock_path is a socket
  *         ELOOP    lock_path is a symbolic link
  */
 json_config_t* json_config_load(const char* path, const char* lock_path,

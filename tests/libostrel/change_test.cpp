@@ -191,6 +191,27 @@ TEST_F(Set, TextThatIsNoUtf8IsRefusedAndTheHandleGoesOn)
     EXPECT_EQ(get(load(), "a", "c"), "new");
 }
 
+TEST_F(Set, NoNameOrValueHarmsAnotherRecord)
+{
+    const std::string longText(1024 * 1024, '"');
+    for (const auto* const text :
+         {"/", "../../x", "line\nbreak", "\"",
+          "\": {\"a\": {\"b\": \"planted\"}}", "back\\slash\\", "\\u0000",
+          "\x01\x1f\x7f", "{}", "null", "%s%n", "\xef\xbb\xbf",
+          "\xf0\x9f\x98\x80", longText.c_str()})
+    {
+        support::writeFile(document, oldText);
+        for (const auto& [section, key, value] :
+             {std::tuple{text, "x", "x"}, {"x", text, "x"}, {"x", "x", text}})
+        {
+            EXPECT_EQ(set(section, key, value), std::pair(0, 0));
+            const std::string read = get(load(), section, key);
+            EXPECT_EQ(read, std::string(value).substr(0, 255)) << text;
+        }
+        EXPECT_EQ(get(load(), "a", "b"), "old") << text;
+    }
+}
+
 TEST_F(Set, NullArgumentsAreRefused)
 {
     const Handle owned = load();
@@ -381,6 +402,30 @@ TEST_F(Staging, DoesNotFollowALinkPlantedAsTheTemporary)
     EXPECT_EQ(support::readFile(victim), "precious");
     EXPECT_FALSE(is_symlink(document));
     EXPECT_EQ(get(load(), "a", "b"), "new");
+}
+
+TEST_F(Staging, LeavesAFileThatIsLinkedAsTheTemporary)
+{
+    support::writeFile(document, oldText);
+    const auto victim = scratch.path / "victim";
+    support::writeFile(victim, "precious");
+    create_hard_link(victim, temporary);
+    ASSERT_EQ(set("a", "b", "new"), std::pair(0, 0));
+    EXPECT_EQ(support::readFile(victim), "precious");
+    EXPECT_EQ(get(load(), "a", "b"), "new");
+}
+
+TEST_F(Staging, DirectoryInPlaceOfTheTemporaryFailsTheSetUntilItIsGone)
+{
+    support::writeFile(document, oldText);
+    create_directory(temporary);
+    errno = 0;
+    EXPECT_EQ(json_config_set_string(load().get(), "a", "b", "new"), -1);
+    EXPECT_EQ(errno, EEXIST);
+    EXPECT_TRUE(is_directory(temporary));
+    EXPECT_EQ(support::readFile(document), oldText);
+    remove(temporary);
+    EXPECT_EQ(set("a", "b", "new"), std::pair(0, 0));
 }
 
 TEST_F(Staging, FullDiskFailsTheSetAndWorksAgainWithRoom)

@@ -194,6 +194,38 @@ TEST_F(Lock, FifoInItsPlaceDoesNotHang)
     EXPECT_NE(load(), nullptr);
 }
 
+TEST_F(Lock, SocketInItsPlaceIsRefused)
+{
+    create_directories(lock.parent_path());
+    ASSERT_EQ(::mknod(lock.c_str(), S_IFSOCK | 0600, 0), 0);
+    errno = 0;
+    EXPECT_EQ(load(), nullptr);
+    EXPECT_EQ(errno, ENXIO);
+}
+
+TEST_F(Lock, AnotherFileLinkedInItsPlaceIsLeftAsItIs)
+{
+    create_directories(lock.parent_path());
+    const auto victim = scratch.path / "victim";
+    support::writeFile(victim, "precious");
+    create_hard_link(victim, lock);
+    const auto before = support::statusOf(victim);
+    EXPECT_EQ(set("a", "b", "new"), std::pair(0, 0));
+    EXPECT_TRUE(support::untouched(before, support::statusOf(victim)));
+    EXPECT_EQ(support::readFile(victim), "precious");
+}
+
+TEST_F(Lock, RemovedWhileItIsHeldItLetsAnotherOneInAndAChangeIsLost)
+{
+    Handle holder = load();
+    EXPECT_EQ(json_config_set_string(holder.get(), "a", "b", "lost"), 0);
+    remove(lock);
+    EXPECT_EQ(set("a", "c", "kept"), std::pair(0, 0));
+    EXPECT_EQ(json_config_release(holder.release()), -1);
+    EXPECT_EQ(get(load(), "a", "b"), "(none)");
+    EXPECT_EQ(get(load(), "a", "c"), "kept");
+}
+
 TEST_F(Lock, MissingDirectoryThatCannotBeMade)
 {
     support::writeFile(lock.parent_path(), "a file, not a directory");
