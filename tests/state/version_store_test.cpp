@@ -244,6 +244,52 @@ TEST_F(VersionStore, StatusThatCannotBeReadLeavesTheRead)
     EXPECT_EQ(bmc.deleteVersionStringFromInfo("a"), -1);
 }
 
+TEST_F(VersionStore, UserWithoutRightsReadsAndChangesNothing)
+{
+    constexpr int noOtherUser = 2;
+    ASSERT_EQ(bmc.saveVersionStringFromInfo("a", "1"), 0);
+    const std::string before = support::readFile(stateFile);
+    support::Child child([] {
+        constexpr uid_t nobody = 65534;
+        if (::setresgid(nobody, nobody, nobody) != 0 ||
+            ::setresuid(nobody, nobody, nobody) != 0)
+        {
+            return noOtherUser;
+        }
+        FwManager manager("BMC");
+        EXPECT_EQ(manager.saveVersionStringFromInfo("a", "2"), -1);
+        EXPECT_EQ(manager.deleteVersionStringFromInfo("a"), -1);
+        EXPECT_EQ(manager.getVersionStringFromInfo("a"), "");
+        return testing::Test::HasFailure() ? 1 : 0;
+    });
+    const int status = child.wait();
+    if (status == noOtherUser)
+    {
+        GTEST_SKIP() << "only root has other users";
+    }
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(support::readFile(stateFile), before);
+    EXPECT_FALSE(fs::exists("/usr/share/firmware/version.json.tmp"));
+}
+
+TEST_F(VersionStore, HostileNamesHarmNoOtherFirmware)
+{
+    ASSERT_EQ(bmc.saveVersionStringFromInfo("a", "1"), 0);
+    for (const std::string name :
+         {"", "../x", "a/b", "line\nbreak", "\": {\"BMC\": \"planted", "%s%n"})
+    {
+        FwManager other(name);
+        EXPECT_EQ(other.saveVersionStringFromInfo(name, name), 0);
+        EXPECT_EQ(other.getVersionStringFromInfo(name), name);
+        EXPECT_EQ(bmc.getVersionStringFromInfo("a"), "1");
+    }
+    FwManager invalid("\xff");
+    EXPECT_EQ(invalid.saveVersionStringFromInfo("a", "2"), -1);
+    EXPECT_EQ(bmc.getVersionStringFromInfo("a"), "1");
+    EXPECT_EQ(support::namesIn("/usr/share/firmware"),
+              std::vector<std::string>{"version.json"});
+}
+
 TEST_F(VersionStore, EveryOperationWaitsForTheLock)
 {
     ASSERT_EQ(bmc.saveVersionStringFromInfo("a", "1"), 0);
