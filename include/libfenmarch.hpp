@@ -98,10 +98,11 @@ int bmcReleaseFileRead(const std::string& path,
 
 /**
  * Writes a release file with these entries, in the order of the map and
- * nothing else, in place: the file is truncated first. Waits until it is on
- * the disk; a new file has the mode that the process gives by default. What
- * fails after the opening, as on a full disk, is not reported and leaves the
- * file short.
+ * nothing else, in place: the file is truncated first. Keys and values are
+ * written as they are, so a line break in one is a line break in the file.
+ * Waits until it is on the disk; a new file has the mode that the process gives
+ * by default. What fails after the opening, as on a full disk, is not reported
+ * and leaves the file short.
  *
  * @return 0, or -1 when the file cannot be opened, told as by
  *         bmcReleaseFileRead()
@@ -143,6 +144,11 @@ int bmcReleaseFileItemSet(const std::string& path, const std::string& key,
  * on, and so do those of managers made later, until the last one that holds
  * the closed connection is gone. Files are not concerned. So a thread keeps
  * its managers together, or gives each a thread of its own.
+ *
+ * The connection is closed for good, too, when the bus ends or restarts, and
+ * when a message is longer than the bus admits (32 MiB on a system bus). A
+ * caller who wants to go on destroys all managers of the thread and makes new
+ * ones.
  */
 class FwManager
 {
@@ -157,6 +163,10 @@ class FwManager
     /**
      * The manager of the firmware with this name. The purpose is the one of
      * that name, or Unknown, which getVersionPurposeFromName() logs.
+     *
+     * The name is used as it is: in the path of the backup, where "..", a
+     * slash or a NUL leads to other directories, and of objects on the bus. It
+     * comes from the caller's own configuration, never from outside.
      */
     FwManager(std::string firmwareName);
 

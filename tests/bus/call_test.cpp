@@ -100,8 +100,13 @@ TEST_F(Call, GetAsksTheBusEachTime)
 
 TEST_F(Call, GetOfAnotherTypeReadsAsEmpty)
 {
-    for (const auto& [signature, text] :
-         {std::pair{"i", "7"}, {"b", "true"}, {"as", "2 a b"}, {"y", "1"}})
+    for (const auto& [signature, text] : {std::pair{"i", "7"},
+                                          {"b", "true"},
+                                          {"as", "2 a b"},
+                                          {"y", "1"},
+                                          {"(ss)", "a b"},
+                                          {"v", "s held"},
+                                          {"o", "/a"}})
     {
         services.answer(path, "Property", Answer::value(signature, text));
         std::string value = "before";
@@ -137,6 +142,24 @@ TEST_F(Call, GetWhoseReplyCannotBeReadLeavesTheValue)
     ASSERT_EQ(reported.size(), 1U);
     EXPECT_TRUE(reported[0].starts_with("sd_bus_message_skip variant: "))
         << reported[0];
+}
+
+TEST_F(Call, GetReadsTheVariantAloneOfALongerReply)
+{
+    services.answer(path, "Property", Answer::body("vsv", "s held more i 7"));
+    std::string value = "before";
+    EXPECT_EQ(get(value), 0);
+    EXPECT_EQ(value, "held");
+}
+
+TEST_F(Call, MessageThatTheBusHasNoRoomForEndsTheConnection)
+{
+    constexpr size_t mebibyte = 1024 * 1024;
+    EXPECT_EQ(set(std::string(40 * mebibyte, 'x')), -1);
+    EXPECT_EQ(set(true), -1);
+    ASSERT_EQ(reported.size(), 2U);
+    EXPECT_TRUE(reported[1].starts_with("sd_bus_call: System.Error.ENOTCONN: "))
+        << reported[1];
 }
 
 TEST_F(Call, MethodHasNoArgumentsAndItsReplyIsDiscarded)

@@ -223,6 +223,25 @@ TEST_F(SoftwareObjects, NameIsAppendedToThePathAsItIs)
     EXPECT_EQ(calls[0].path, "/xyz/openbmc_project/software/deeper/path");
 }
 
+TEST_F(SoftwareObjects, NulEndsATextOnTheBusAndNotInTheReleaseFile)
+{
+    using namespace std::string_literals;
+    EXPECT_EQ(manager.setBmcVersion("bios_active", "1\0002"s), 0);
+    EXPECT_EQ(services.property("/xyz/openbmc_project/software/bios_active",
+                                "Version"),
+              "s \"1\"");
+    EXPECT_EQ(releaseContent(), "VERSION_ID=\"1\0002\"\n"s);
+}
+
+TEST_F(SoftwareObjects, TextThatIsNoUtf8IsLoggedAndChangesNothing)
+{
+    EXPECT_EQ(manager.setBmcVersion("bios_active", "\xff"), -1);
+    EXPECT_EQ(logged().size(), 1U);
+    EXPECT_EQ(releaseContent(), "");
+    EXPECT_TRUE(services.takeCalls().empty());
+    EXPECT_EQ(manager.setBmcVersion("bios_active", "1.0"), 0);
+}
+
 TEST_F(SoftwareObjects, NameThatGivesNoPathLeavesAsAnException)
 {
     for (const auto& writer : writers)

@@ -51,6 +51,24 @@ TEST_F(Connection, EndsWithAConstructorThatThrowsAfterTakingIt)
     EXPECT_EQ(first.disablePowerOp(), -1);
 }
 
+TEST_F(Connection, EndsWithTheBusUntilItsManagersAreGone)
+{
+    std::optional<FwManager> first("BMC");
+    ASSERT_EQ(first->disablePowerOp(), 0);
+    systemBus().stop();
+    EXPECT_EQ(first->disablePowerOp(), -1);
+    systemBus().start();
+    const support::FakeServices again;
+    EXPECT_EQ(first->disablePowerOp(), -1);
+    {
+        FwManager beside("Host");
+        EXPECT_EQ(beside.disablePowerOp(), -1);
+    }
+    first.reset();
+    FwManager anew("BMC");
+    EXPECT_EQ(anew.disablePowerOp(), 0);
+}
+
 TEST_F(Connection, RecordsDoNotNeedIt)
 {
     std::optional<FwManager> first("BMC");
