@@ -568,6 +568,18 @@ TEST_F(ImageBackup, NameTooLongForAPathLosesTheImage)
     EXPECT_THROW(manager.verifyBackupImage("1.0"), fs::filesystem_error);
 }
 
+TEST_F(ImageBackup, LinkAsTheImageIsCopiedThroughAndRemoved)
+{
+    const fs::path elsewhere = scratch.path / "elsewhere";
+    support::writeFile(elsewhere, "not ours");
+    fs::create_directories(source);
+    fs::create_symlink(elsewhere, source / "firmware.tar");
+    backUp("1.0");
+    EXPECT_EQ(support::readFile(verifying / "firmware.tar"), "not ours");
+    EXPECT_EQ(support::readFile(elsewhere), "not ours");
+    EXPECT_FALSE(fs::is_symlink(source / "firmware.tar"));
+}
+
 TEST_F(ImageBackup, NewFilesHaveTheDefaultMode)
 {
     receive("image");

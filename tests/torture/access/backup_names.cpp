@@ -61,7 +61,13 @@ void backUpAs(const Row& row, Report& report)
     support::writeFile("/run/backup/area/BMC/verified/version", "other");
     support::writeFile("/run/incoming/firmware.tar", "image");
     support::writeFile(configFile, configuration(row.name));
-    const auto before = takeSnapshot({backupRoot});
+    const fs::path slot =
+        (fs::path(backupRoot) / row.directory / "verifying").lexically_normal();
+    if (possible)
+    {
+        support::writeFile(slot / "precious", "goes");
+    }
+    auto before = takeSnapshot({backupRoot});
 
     act(As::root, [&] {
         FwManager manager(row.name);
@@ -69,24 +75,21 @@ void backUpAs(const Row& row, Report& report)
         return "";
     });
     auto after = takeSnapshot({backupRoot});
-    const fs::path slot =
-        (fs::path(backupRoot) / row.directory / "verifying").lexically_normal();
     if (possible != (after.contains(slot / "firmware.tar") &&
-                     after.contains(slot / "version")))
+                     after.contains(slot / "version") &&
+                     !after.contains(slot / "precious")))
     {
         report.loss(what + differences(before, after));
     }
-    std::erase_if(after, [&](const auto& file) {
+    const auto changes = [&](const auto& file) {
         return possible && (slot.string().starts_with(file.first) ||
                             file.first.starts_with(slot.string()));
-    });
-    auto others = before;
-    std::erase_if(others, [&](const auto& file) {
-        return possible && slot.string().starts_with(file.first);
-    });
-    if (others != after)
+    };
+    std::erase_if(before, changes);
+    std::erase_if(after, changes);
+    if (before != after)
     {
-        report.loss(what + differences(others, after));
+        report.loss(what + differences(before, after));
     }
     // Also where there is no way to keep it.
     if (fs::exists("/run/incoming/firmware.tar"))
@@ -123,10 +126,11 @@ void cutTheName(Report& report)
         manager.backupImage(incoming, "1");
         return "";
     });
-    if (fs::exists("/run/backup/area/x/verified/version"))
+    const bool image = fs::exists("/run/incoming/firmware.tar");
+    if (image || fs::exists("/run/backup/area/x/verified/version"))
     {
-        report.loss("a NUL in the name spares the backup of the firmware "
-                    "with the name before it: docs/security.md is wrong");
+        report.loss(
+            "a name with a NUL leaves what docs/security.md calls lost");
     }
     report.count("names of backups");
 }
