@@ -65,6 +65,11 @@ class SystemCalls : public support::LibraryTest
             {
                 result.push_back("remove " + between('"', '"'));
             }
+            else if (line.starts_with("unlinkat(") && line.ends_with(" = 0"))
+            {
+                result.push_back("remove " + between('<', '>') + "/" +
+                                 between('"', '"'));
+            }
             else if (line.starts_with("rename("))
             {
                 result.emplace_back("rename");
