@@ -38,10 +38,10 @@ Items& itemsOf(std::vector<Section>& sections, std::string_view name)
 
 std::string jsonOf(const Item& item)
 {
-    const auto* const text = std::get_if<std::string>(&item.value);
+    const auto* const string = std::get_if<std::string>(&item.value);
     return stringJson(item.key) + ':' +
-           (text != nullptr ? stringJson(*text)
-                            : std::get<Foreign>(item.value).json);
+           (string != nullptr ? stringJson(*string)
+                              : std::get<Foreign>(item.value).json);
 }
 
 /** An object of members, whose texts the function makes. */
@@ -67,7 +67,7 @@ std::string jsonOf(const Section& section)
 
 } // namespace
 
-Document::Document(std::vector<Section> known) noexcept :
+Document::Document(std::vector<Section>&& known) noexcept :
     sections(std::move(known))
 {
 }
@@ -82,10 +82,10 @@ std::optional<std::string_view>
 Document::find(std::string_view section, std::string_view key) const noexcept
 {
     const Item* const item = get(section, key);
-    const auto* const text =
+    const auto* const string =
         item != nullptr ? std::get_if<std::string>(&item->value) : nullptr;
-    return text != nullptr ? std::optional<std::string_view>(*text)
-                           : std::nullopt;
+    return string != nullptr ? std::optional<std::string_view>(*string)
+                             : std::nullopt;
 }
 
 const Item* Document::get(std::string_view section,
@@ -105,9 +105,9 @@ const Item* Document::get(std::string_view section,
 Document Document::with(std::string_view section, std::string_view key,
                         std::string_view value) const
 {
-    for (const auto text : {section, key, value})
+    for (const auto part : {section, key, value})
     {
-        requireText(text);
+        requireText(part);
     }
     Document changed(*this);
     Items& items = itemsOf(changed.sections, section);

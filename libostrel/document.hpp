@@ -42,7 +42,7 @@ class Document
     /** The empty document. */
     Document() = default;
 
-    explicit Document(std::vector<Section> sections) noexcept;
+    explicit Document(std::vector<Section>&& known) noexcept;
 
     /** Whether there is such an item, of any type. */
     [[nodiscard]] bool has(std::string_view section,

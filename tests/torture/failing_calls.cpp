@@ -274,7 +274,7 @@ class Examination
     Report& report;
 };
 
-void run(const Plan& plan, Report& report)
+void runFailingCalls(const Plan& plan, Report& report)
 {
     // The connection to the journal is made once in a process.
     FwManager("BMC").saveUpdateState("idle");
@@ -290,7 +290,7 @@ const Experiment failingCalls{
     .name = "failing-calls",
     .claim = "whichever system call fails, nothing is lost and it is told",
     .sabotages = {"no-fsync", "no-unlink", "no-close"},
-    .run = run,
+    .run = runFailingCalls,
 };
 
 } // namespace torture

@@ -238,10 +238,10 @@ void killUnderLoad(const Plan& plan, Report& report)
 {
     // A lock that nobody frees ends the whole run.
     constexpr unsigned patienceSeconds = 120;
-    const size_t kills = plan.quick ? 1'000 : 20'000;
+    const size_t times = plan.quick ? 1'000 : 20'000;
     std::filesystem::remove_all("/usr/share/firmware");
     LoadedWriters load(plan, report);
-    for (size_t kill = 0; kill < kills; ++kill)
+    for (size_t time = 0; time < times; ++time)
     {
         ::alarm(patienceSeconds);
         load.killOne();

@@ -104,10 +104,11 @@ Descriptor receiveDescriptor(int socket)
 void submit(int socket)
 {
     const Filter filter = makeFilter(SCMP_ACT_NOTIFY);
-    checkedSystemd(
-        seccomp_rule_add(filter.get(), SCMP_ACT_ALLOW, SCMP_SYS(sendmsg), 1,
-                         SCMP_A0(SCMP_CMP_EQ, static_cast<uint64_t>(socket))),
-        "seccomp_rule_add");
+    const scmp_arg_cmp onThisSocket{0, SCMP_CMP_EQ,
+                                    static_cast<scmp_datum_t>(socket), 0};
+    checkedSystemd(seccomp_rule_add_array(filter.get(), SCMP_ACT_ALLOW,
+                                          SCMP_SYS(sendmsg), 1, &onThisSocket),
+                   "seccomp_rule_add_array");
     load(filter);
     sendDescriptor(socket, seccomp_notify_fd(filter.get()));
 }

@@ -215,7 +215,7 @@ bool lockIsFree()
 }
 
 /** What is started while a handle is open has nothing of it. */
-void children(size_t rounds, Report& report)
+void forksAndExecs(size_t rounds, Report& report)
 {
     startAnew();
     for (size_t round = 0; round < rounds; ++round)
@@ -256,7 +256,7 @@ void run(const Plan& plan, Report& report)
     processes(plan, size, false, report);
     processes(plan, size, true, report);
     threads(plan, size, report);
-    children(plan.quick ? 10 : 200, report);
+    forksAndExecs(plan.quick ? 10 : 200, report);
     ::alarm(0);
 }
 

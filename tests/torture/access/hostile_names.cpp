@@ -156,7 +156,7 @@ void breakTheReleaseFile(Report& report)
         std::string value;
         std::string told;
     };
-    for (const auto& [value, told] : std::to_array<Row>({
+    for (const auto& row : std::to_array<Row>({
              {"1.0", "1.0, old"},
              {"a\"b=c", "a\"b=c, old"},
              {"1.0\"\nNAME=\"planted", "1.0, planted"},
@@ -167,14 +167,14 @@ void breakTheReleaseFile(Report& report)
         support::writeFile(releaseFile, "NAME=\"old\"\n");
         const auto seen = act(As::root, [&] {
             using namespace phosphor::software::updater;
-            bmcReleaseFileItemSet(releaseFile, "VERSION_ID", value);
+            bmcReleaseFileItemSet(releaseFile, "VERSION_ID", row.value);
             std::map<std::string, std::string> entries;
             bmcReleaseFileRead(releaseFile, entries);
             return entries["VERSION_ID"] + ", " + entries["NAME"];
         });
-        if (seen != told)
+        if (seen != row.told)
         {
-            report.loss("release file with '" + value + "': " + seen);
+            report.loss("release file with '" + row.value + "': " + seen);
         }
         report.count("hostile texts");
     }
