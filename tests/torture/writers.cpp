@@ -251,7 +251,7 @@ void forksAndExecs(size_t rounds, Report& report)
 
 void run(const Plan& plan, Report& report)
 {
-    const Size size = plan.quick ? Size{4, 50} : Size{8, 250};
+    const Size size = plan.quick ? Size{4, 50} : Size{8, 400};
     ::alarm(plan.quick ? patienceSeconds : 5 * patienceSeconds);
     processes(plan, size, false, report);
     processes(plan, size, true, report);
