@@ -1,11 +1,8 @@
 #include "document_reader.hpp"
 
 #include "errors.hpp"
+#include "json_parser.hpp"
 #include "json_text.hpp"
-
-// The parser's own checks would end the process; nothing here depends on them.
-#define JSON_ASSERT(condition) static_cast<void>(0)
-#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <set>

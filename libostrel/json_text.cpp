@@ -1,8 +1,7 @@
 #include "json_text.hpp"
 
 #include "errors.hpp"
-
-#include <nlohmann/json.hpp>
+#include "json_parser.hpp"
 
 namespace ostrel
 {
