@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <set>
+#include <stack>
 
 namespace ostrel
 {
@@ -37,32 +38,32 @@ struct Level
  * values are not used: they allocate while they are destroyed, which ends the
  * process when memory is short.
  */
-class Reader : public nlohmann::json_sax<json>
+class Reader
 {
   public:
     std::vector<Section> sections;
 
-    bool null() override
+    bool null()
     {
         return scalar("null");
     }
 
-    bool boolean(bool value) override
+    bool boolean(bool value)
     {
         return scalar(value ? "true" : "false");
     }
 
-    bool number_integer(number_integer_t value) override
+    bool number_integer(json::number_integer_t value)
     {
         return scalar(std::to_string(value));
     }
 
-    bool number_unsigned(number_unsigned_t value) override
+    bool number_unsigned(json::number_unsigned_t value)
     {
         return scalar(std::to_string(value));
     }
 
-    bool number_float(number_float_t, const string_t& digits) override
+    bool number_float(json::number_float_t, const std::string& digits)
     {
         // As it was written, but for the point, which the parser has replaced
         // by the one of the locale.
@@ -77,7 +78,7 @@ class Reader : public nlohmann::json_sax<json>
         return scalar(std::move(text));
     }
 
-    bool string(string_t& value) override
+    bool string(std::string& value)
     {
         if (levels.size() == 2 && foreign.empty())
         {
@@ -87,14 +88,14 @@ class Reader : public nlohmann::json_sax<json>
         return scalar(stringJson(value));
     }
 
-    bool binary(binary_t&) override
+    static bool binary(json::binary_t&)
     {
         return false;
     }
 
-    bool key(string_t& text) override
+    bool key(std::string& text)
     {
-        auto& keys = levels.back().keys;
+        auto& keys = levels.top().keys;
         if (!keys.insert(text).second)
         {
             return false;
@@ -108,7 +109,7 @@ class Reader : public nlohmann::json_sax<json>
         return true;
     }
 
-    bool start_object(size_t) override
+    bool start_object(size_t)
     {
         if (levels.empty())
         {
@@ -122,23 +123,22 @@ class Reader : public nlohmann::json_sax<json>
         return enterForeign('{', Container::object);
     }
 
-    bool end_object() override
+    bool end_object()
     {
         return leave('}');
     }
 
-    bool start_array(size_t) override
+    bool start_array(size_t)
     {
         return !levels.empty() && enterForeign('[', Container::array);
     }
 
-    bool end_array() override
+    bool end_array()
     {
         return leave(']');
     }
 
-    bool parse_error(size_t, const std::string&,
-                     const nlohmann::detail::exception&) override
+    static bool parse_error(size_t, const std::string&, const json::exception&)
     {
         return false;
     }
@@ -171,7 +171,7 @@ class Reader : public nlohmann::json_sax<json>
         {
             return false;
         }
-        levels.push_back({container});
+        levels.push({container});
         return true;
     }
 
@@ -191,7 +191,7 @@ class Reader : public nlohmann::json_sax<json>
 
     bool leave(char bracket)
     {
-        levels.pop_back();
+        levels.pop();
         if (foreign.empty())
         {
             return true;
@@ -207,7 +207,7 @@ class Reader : public nlohmann::json_sax<json>
     /** Before an element of an array. */
     void separate()
     {
-        Level& level = levels.back();
+        Level& level = levels.top();
         if (level.container == Container::array && level.elements++ > 0)
         {
             foreign += ',';
@@ -226,7 +226,7 @@ class Reader : public nlohmann::json_sax<json>
         }
     }
 
-    std::vector<Level> levels;
+    std::stack<Level> levels;
     /** Of the section or item whose value comes next. */
     std::string name;
     /** The value that is none of ours, as far as it is read; else empty. */
