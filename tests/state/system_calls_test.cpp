@@ -12,7 +12,8 @@ namespace
 
 using namespace phosphor::software::updater;
 
-/** The calls of an operation in their order, without the allocator's. */
+/** The calls of an operation in their order, without the allocator's and the
+ *  sanitizer's. */
 class SystemCalls : public support::LibraryTest
 {
   public:
@@ -94,8 +95,17 @@ class SystemCalls : public support::LibraryTest
         calls.clear();
         std::istringstream input(text);
         bool within = false;
+        size_t ofSanitizer = 0;
         for (std::string line; std::getline(input, line);)
         {
+            // Whether memory can be read, UBSan finds out with pipe2, write,
+            // close and close.
+            ofSanitizer = line.starts_with("pipe2(") ? 4 : ofSanitizer;
+            if (ofSanitizer > 0)
+            {
+                --ofSanitizer;
+                continue;
+            }
             if (line.find("/operation ends") != std::string::npos)
             {
                 return;
