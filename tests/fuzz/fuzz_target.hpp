@@ -34,10 +34,12 @@ inline void require(bool holds, const char* property)
     }
 }
 
-inline int sabotageAskedFor()
+inline int sabotageAskedFor() noexcept
 {
     const char* const number = std::getenv("FUZZ_SABOTAGE");
-    return number != nullptr ? std::atoi(number) : 0;
+    return number != nullptr
+               ? static_cast<int>(std::strtol(number, nullptr, 10))
+               : 0;
 }
 
 /**

@@ -6,7 +6,10 @@
 #include <libfenmarch.hpp>
 
 #include <algorithm>
+#include <array>
 #include <cstring>
+#include <span>
+#include <string_view>
 
 using namespace phosphor::software::updater;
 
@@ -16,14 +19,16 @@ namespace
 {
 
 /** In the order of their values, from 0 on. */
-using Names = std::vector<std::string>;
+using Names = std::span<const std::string_view>;
 
-const Names purposes{"Unknown", "Other", "System", "BMC", "Host", "PSU"};
-const Names activations{"NotReady", "Invalid", "Ready",  "Activating",
-                        "Active",   "Failed",  "Staged", "Staging"};
+constexpr auto purposes = std::to_array<std::string_view>(
+    {"Unknown", "Other", "System", "BMC", "Host", "PSU"});
+constexpr auto activations = std::to_array<std::string_view>(
+    {"NotReady", "Invalid", "Ready", "Activating", "Active", "Failed", "Staged",
+     "Staging"});
 
 /** The value of a name, 0 for every other text. */
-int valueOf(const Names& names, const std::string& text)
+int valueOf(Names names, const std::string& text)
 {
     const auto found = std::ranges::find(names, text);
     return found == names.end() ? 0 : static_cast<int>(found - names.begin());
@@ -71,7 +76,7 @@ void checkNames(const std::string& text)
 }
 
 template <typename Convert>
-void checkValue(const Names& names, int value, Convert convert)
+void checkValue(Names names, int value, Convert convert)
 {
     const bool known = value >= 0 && value < static_cast<int>(names.size());
     try

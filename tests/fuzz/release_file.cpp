@@ -105,7 +105,7 @@ bool isPlain(const Entries::value_type& entry)
            entry.second.find('\n') == std::string::npos;
 }
 
-void checkRoundTrip(fuzz::MemoryFile& file, const Entries& entries)
+void checkRoundTrip(const fuzz::MemoryFile& file, const Entries& entries)
 {
     fuzz::require(bmcReleaseFileWrite(file.path(), entries) == 0,
                   "a file that is there is written");

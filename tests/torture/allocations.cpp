@@ -7,10 +7,12 @@
 extern "C"
 {
 // The C library's own names for its allocator.
+// NOLINTBEGIN(bugprone-reserved-identifier)
 void* __libc_malloc(size_t size);
 void* __libc_calloc(size_t count, size_t size);
 void* __libc_realloc(void* block, size_t size);
 void __libc_free(void* block);
+// NOLINTEND(bugprone-reserved-identifier)
 }
 
 namespace
@@ -57,25 +59,25 @@ void* malloc(size_t size)
     return fails() ? nullptr : counted(__libc_malloc(size));
 }
 
-void* calloc(size_t count, size_t size)
+void* calloc(size_t nmemb, size_t size)
 {
-    return fails() ? nullptr : counted(__libc_calloc(count, size));
+    return fails() ? nullptr : counted(__libc_calloc(nmemb, size));
 }
 
-void* realloc(void* block, size_t size)
+void* realloc(void* ptr, size_t size)
 {
     if (fails())
     {
         return nullptr;
     }
-    void* const moved = __libc_realloc(block, size);
-    return block == nullptr ? counted(moved) : moved;
+    void* const moved = __libc_realloc(ptr, size);
+    return ptr == nullptr ? counted(moved) : moved;
 }
 
-void free(void* block)
+void free(void* ptr)
 {
-    alive -= block != nullptr ? 1 : 0;
-    __libc_free(block);
+    alive -= ptr != nullptr ? 1 : 0;
+    __libc_free(ptr);
 }
 }
 

@@ -6,8 +6,8 @@ namespace torture
 const std::vector<Experiment>& experiments()
 {
     static const std::vector<Experiment> all{
-        failingCalls, kills,          powerCuts,    writers,
-        memory,       misbehavingBus, whoMayDoWhat,
+        failingCalls(), kills(),          powerCuts(),    writers(),
+        memory(),       misbehavingBus(), whoMayDoWhat(),
     };
     return all;
 }

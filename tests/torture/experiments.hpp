@@ -5,12 +5,12 @@
 namespace torture
 {
 
-extern const Experiment failingCalls;
-extern const Experiment kills;
-extern const Experiment powerCuts;
-extern const Experiment writers;
-extern const Experiment memory;
-extern const Experiment misbehavingBus;
-extern const Experiment whoMayDoWhat;
+Experiment failingCalls();
+Experiment kills();
+Experiment powerCuts();
+Experiment writers();
+Experiment memory();
+Experiment misbehavingBus();
+Experiment whoMayDoWhat();
 
 } // namespace torture

@@ -262,11 +262,14 @@ void run(const Plan& plan, Report& report)
 
 } // namespace
 
-const Experiment kills{
-    .name = "kills",
-    .claim = "whenever a process is killed, what was acknowledged stays",
-    .sabotages = {sabotages.begin(), sabotages.end()},
-    .run = run,
-};
+Experiment kills()
+{
+    return {
+        .name = "kills",
+        .claim = "whenever a process is killed, what was acknowledged stays",
+        .sabotages = {sabotages.begin(), sabotages.end()},
+        .run = run,
+    };
+}
 
 } // namespace torture

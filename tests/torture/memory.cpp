@@ -206,11 +206,14 @@ void run(const Plan& plan, Report& report)
 
 } // namespace
 
-const Experiment memory{
-    .name = "memory",
-    .claim = "whichever allocation fails, it is told and nothing is lost",
-    .sabotages = {"leak"},
-    .run = run,
-};
+Experiment memory()
+{
+    return {
+        .name = "memory",
+        .claim = "whichever allocation fails, it is told and nothing is lost",
+        .sabotages = {"leak"},
+        .run = run,
+    };
+}
 
 } // namespace torture

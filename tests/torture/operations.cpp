@@ -230,12 +230,6 @@ std::string lookAtRelease()
                    {"empty", ""}});
 }
 
-const Outcome saved{"0", "new"};
-const Outcome deleted{"0", "deleted"};
-const Outcome readBack{"\"old\"", "old"};
-const Outcome loaded{"auto", "there"};
-const Outcome released{"0", "new"};
-
 constexpr auto fsError = "threw filesystem error";
 
 std::string backupState(const std::string& incomingImage,
@@ -330,6 +324,11 @@ Operation promotionOperation()
 
 const std::vector<Operation>& operations()
 {
+    const Outcome saved{"0", "new"};
+    const Outcome deleted{"0", "deleted"};
+    const Outcome readBack{"\"old\"", "old"};
+    const Outcome loaded{"auto", "there"};
+    const Outcome released{"0", "new"};
     static const std::vector<Operation> all{
         {.name = "save",
          .prepare = prepareState,

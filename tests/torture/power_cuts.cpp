@@ -154,12 +154,15 @@ void run(const Plan& plan, Report& report)
 
 } // namespace
 
-const Experiment powerCuts{
-    .name = "power-cuts",
-    .claim = "whenever the power goes, files are whole and what was "
-             "acknowledged stays",
-    .sabotages = {"no-fsync", "no-file-fsync", "no-directory-fsync"},
-    .run = run,
-};
+Experiment powerCuts()
+{
+    return {
+        .name = "power-cuts",
+        .claim = "whenever the power goes, files are whole and what was "
+                 "acknowledged stays",
+        .sabotages = {"no-fsync", "no-file-fsync", "no-directory-fsync"},
+        .run = run,
+    };
+}
 
 } // namespace torture

@@ -82,13 +82,13 @@ int readOn()
 /** While flock(1) holds the lock nobody changes the file, until it does. */
 int holdOn()
 {
+    constexpr auto compareTwice =
+        "before=$(cksum \"$1\"); read -r _ < /proc/uptime; "
+        "after=$(cksum \"$1\"); [ \"$before\" = \"$after\" ]";
     while (true)
     {
-        const auto outcome =
-            support::run({"flock", stateLock, "sh", "-c",
-                          "before=$(cksum \"$1\"); read -r _ < /proc/uptime; "
-                          "after=$(cksum \"$1\"); [ \"$before\" = \"$after\" ]",
-                          "sh", stateFile});
+        const auto outcome = support::run(
+            {"flock", stateLock, "sh", "-c", compareTwice, "sh", stateFile});
         if (outcome.status != 0)
         {
             return bad;
@@ -262,11 +262,15 @@ void run(const Plan& plan, Report& report)
 
 } // namespace
 
-const Experiment writers{
-    .name = "writers",
-    .claim = "many writers lose no update, and no reader sees a torn document",
-    .sabotages = {"no-lock"},
-    .run = run,
-};
+Experiment writers()
+{
+    return {
+        .name = "writers",
+        .claim =
+            "many writers lose no update, and no reader sees a torn document",
+        .sabotages = {"no-lock"},
+        .run = run,
+    };
+}
 
 } // namespace torture

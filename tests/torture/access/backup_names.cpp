@@ -25,7 +25,7 @@ struct Row
 
 std::vector<Row> rows()
 {
-    constexpr size_t mebibyte = 1024 * 1024;
+    constexpr size_t mebibyte = 1'048'576;
     return {
         {"BMC", "area/BMC"},
         {"", "area"},

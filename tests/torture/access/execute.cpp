@@ -44,14 +44,13 @@ void executeMeanwhile(const Plan& plan, Report& report)
     report.count("executed programs");
 }
 
-/** Where the flags of a call that opens a descriptor stand. */
-const std::map<std::string, size_t, std::less<>> opening{
-    {"open", 1}, {"openat", 2}, {"socket", 1}, {"pipe2", 1}};
-
 /** How many descriptors the operation opens that an execution does not close
  *  from their first moment: another thread may execute a program then. */
 size_t openInherited(std::string (*run)(FwManager&), Report& report)
 {
+    // Where the flags of a call that opens a descriptor stand.
+    const std::map<std::string, size_t, std::less<>> opening{
+        {"open", 1}, {"openat", 2}, {"socket", 1}, {"pipe2", 1}};
     installEverything();
     FwManager manager("BMC");
     Supervised child([&] { return run(manager); });

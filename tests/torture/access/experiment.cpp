@@ -28,11 +28,14 @@ void run(const Plan& plan, Report& report)
 
 } // namespace
 
-const Experiment whoMayDoWhat{
-    .name = "access",
-    .claim = "nobody harms what is not his, whatever he plants or names",
-    .sabotages = {"privileged", "followed-link", "raw-names", "inherited"},
-    .run = run,
-};
+Experiment whoMayDoWhat()
+{
+    return {
+        .name = "access",
+        .claim = "nobody harms what is not his, whatever he plants or names",
+        .sabotages = {"privileged", "followed-link", "raw-names", "inherited"},
+        .run = run,
+    };
+}
 
 } // namespace torture

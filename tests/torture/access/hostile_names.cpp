@@ -32,7 +32,7 @@ struct Text
 
 std::vector<Text> texts()
 {
-    constexpr size_t mebibyte = 1024 * 1024;
+    constexpr size_t mebibyte = 1'048'576;
     using enum Fate;
     return {
         {"", kept},
@@ -136,7 +136,7 @@ void saveHostilely(const Plan& plan, std::string_view role, const Text& text,
                          record.key, record.value));
     });
     expect("the status", told, text.fate == Fate::refused ? "-1" : "0");
-    const std::string value = record.value.c_str();
+    const auto value = record.value.substr(0, record.value.find('\0'));
     expect("what is read", get(record.section, record.key),
            text.fate == Fate::refused ? "" : value.substr(0, mostReadBytes));
     expect("the other firmware's", get("Other", "key"), "other");

@@ -59,8 +59,15 @@ class Caller
     Report& report;
 };
 
-const Ending closed = fails("sd_bus_call: ");
-const Ending never = leaves("sd_bus_message_new_method_call: ");
+Ending closed()
+{
+    return fails("sd_bus_call: ");
+}
+
+Ending never()
+{
+    return leaves("sd_bus_message_new_method_call: ");
+}
 
 void endDuringTheCall(Bench& bench, const Operation& operation, Caller caller)
 {
@@ -69,7 +76,7 @@ void endDuringTheCall(Bench& bench, const Operation& operation, Caller caller)
                     "", Answer::never());
     FwManager before("Host");
     const EndingDuringTheCall end(bench.systemBus(), services);
-    caller.call(before, "the bus ends during the call", closed);
+    caller.call(before, "the bus ends during the call", closed());
 }
 
 void endBetweenTheCalls(Bench& bench, const Operation& operation, Caller caller)
@@ -77,16 +84,16 @@ void endBetweenTheCalls(Bench& bench, const Operation& operation, Caller caller)
     FwManager before("Host");
     bench.systemBus().stop();
     bench.removeServices();
-    caller.call(before, "the bus ended before", closed);
-    caller.call(before, "the bus is still gone", closed);
+    caller.call(before, "the bus ended before", closed());
+    caller.call(before, "the bus is still gone", closed());
     FwManager meanwhile("Host");
-    caller.call(meanwhile, "another manager without a bus", closed);
+    caller.call(meanwhile, "another manager without a bus", closed());
 
     bench.systemBus().start();
     bench.newServices(operation);
-    caller.call(before, "the bus is back, the manager is old", closed);
+    caller.call(before, "the bus is back, the manager is old", closed());
     FwManager beside("Host");
-    caller.call(beside, "a new manager beside an old one", closed);
+    caller.call(beside, "a new manager beside an old one", closed());
 }
 
 void callAfterwards(Caller caller)
@@ -100,10 +107,10 @@ void startWithoutABus(Bench& bench, const Operation& operation, Caller caller)
     bench.systemBus().stop();
     bench.removeServices();
     FwManager early("Host");
-    caller.call(early, "a manager made without a bus", never);
+    caller.call(early, "a manager made without a bus", never());
     bench.systemBus().start();
     bench.newServices(operation);
-    caller.call(early, "the bus comes after the manager", never);
+    caller.call(early, "the bus comes after the manager", never());
     FwManager beside("Host");
     caller.call(beside, "a new manager beside one without a bus", Ending());
 }

@@ -17,7 +17,7 @@ using namespace bus;
 using phosphor::software::updater::FwManager;
 
 constexpr auto ordinaryText = "text";
-constexpr size_t mebibyte = 1024 * 1024;
+constexpr size_t mebibyte = 1'048'576;
 
 void runCell(Bench& bench, const Operation& operation, const Misbehaviour& how,
              const Ending& ending, Report& report)
@@ -87,11 +87,16 @@ void run(const Plan& plan, Report& report)
 
 } // namespace
 
-const Experiment misbehavingBus{
-    .name = "bus",
-    .claim = "whatever the bus does, each call ends as it should and is told",
-    .sabotages = {"obedient-services", "swallowed-journal", "leaked-message"},
-    .run = run,
-};
+Experiment misbehavingBus()
+{
+    return {
+        .name = "bus",
+        .claim =
+            "whatever the bus does, each call ends as it should and is told",
+        .sabotages = {"obedient-services", "swallowed-journal",
+                      "leaked-message"},
+        .run = run,
+    };
+}
 
 } // namespace torture

@@ -66,21 +66,21 @@ using torture::bus::take;
 // What follows takes the place of libsystemd's functions in the whole process,
 // because a program comes before its libraries.
 
-int sd_bus_message_new_method_call(sd_bus* bus, sd_bus_message** message,
-                                   const char* service, const char* path,
+int sd_bus_message_new_method_call(sd_bus* bus, sd_bus_message** m,
+                                   const char* destination, const char* path,
                                    const char* interface, const char* member)
 {
     const int result = callNext<decltype(sd_bus_message_new_method_call)>(
-        __func__, bus, message, service, path, interface, member);
+        __func__, bus, m, destination, path, interface, member);
     take(result >= 0);
     return result;
 }
 
-int sd_bus_call(sd_bus* bus, sd_bus_message* message, uint64_t microseconds,
-                sd_bus_error* error, sd_bus_message** reply)
+int sd_bus_call(sd_bus* bus, sd_bus_message* m, uint64_t usec,
+                sd_bus_error* ret_error, sd_bus_message** reply)
 {
-    const int result = callNext<decltype(sd_bus_call)>(
-        __func__, bus, message, microseconds, error, reply);
+    const int result = callNext<decltype(sd_bus_call)>(__func__, bus, m, usec,
+                                                       ret_error, reply);
     take(result >= 0 && reply != nullptr);
     return result;
 }

@@ -12,7 +12,7 @@ using support::Answer;
 using enum Column;
 using Endings = std::map<Column, Ending>;
 
-constexpr size_t mebibyte = 1024 * 1024;
+constexpr size_t mebibyte = 1'048'576;
 
 Endings all(const Ending& ending)
 {

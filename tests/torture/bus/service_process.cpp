@@ -51,7 +51,7 @@ ServiceProcess::ServiceProcess(const Operation& operation, Peer peer) :
         if (peer == Peer::killed)
         {
             waitForCall(services, path);
-            ::raise(SIGKILL);
+            static_cast<void>(::raise(SIGKILL));
         }
         while (true)
         {
