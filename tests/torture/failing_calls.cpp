@@ -214,7 +214,10 @@ class Examination
         const Run after = runAfter(fault);
         expect(allowed(operation, calls, fault), after, what);
         expectNothingLeft(after, what);
-        expectTheNextWorks(what);
+        for (const auto& wrong : faultsOfTheNext(operation))
+        {
+            lose(what, wrong);
+        }
     }
 
     void expect(const std::vector<Outcome>& outcomes, const Run& run,
@@ -244,23 +247,6 @@ class Examination
         if (temporaryLeft() && spoiled("unlinkat") == 0)
         {
             lose(what, "temporary left");
-        }
-    }
-
-    void expectTheNextWorks(const std::string& what)
-    {
-        operation.repair();
-        FwManager manager("BMC");
-        const Outcome next{tell(operation, manager), operation.look()};
-        if (next != operation.unharmed)
-        {
-            lose(what, "the next told " + next.told + ", files " + next.files);
-        }
-        if (manager.saveVersionStringFromInfo("next", "works") != 0 ||
-            manager.getVersionStringFromInfo("next") != "works" ||
-            temporaryLeft())
-        {
-            lose(what, "no save after it");
         }
     }
 

@@ -1,5 +1,5 @@
 #include "experiments.hpp"
-#include "operations.hpp"
+#include "interruption.hpp"
 #include "supervised.hpp"
 #include "support/checked.hpp"
 #include "support/child.hpp"
@@ -35,63 +35,24 @@ std::string brokenCall(const Plan& plan)
                                       : "";
 }
 
-void expectIntact(const Operation& operation, const std::string& moment,
-                  const std::optional<std::string>& told, Report& report)
-{
-    const auto lose = [&](const std::string& what) {
-        report.loss(std::string(operation.name) + ", killed " + moment + ": " +
-                    what);
-    };
-    const std::string files = operation.look();
-    const bool finished = told.has_value();
-    if (finished ? Outcome{*told, files} != operation.unharmed
-                 : std::ranges::find(operation.interrupted, files) ==
-                       operation.interrupted.end())
-    {
-        lose("files " + files);
-    }
-    if (!lockIsFree())
-    {
-        lose("lock kept");
-    }
-    if (!stateDirectoryIsTidy())
-    {
-        lose("more than the temporary left");
-    }
-    operation.repair();
-    FwManager manager("BMC");
-    const Outcome next{tell(operation, manager), operation.look()};
-    if (next != operation.unharmed ||
-        manager.saveVersionStringFromInfo("next", "works") != 0 ||
-        temporaryLeft())
-    {
-        lose("the next told " + next.told + ", files " + next.files);
-    }
-}
-
 /** @return whether there was a call of this number to kill it at */
 bool killAt(size_t number, const Operation& operation, const Plan& plan,
             Report& report)
 {
     operation.prepare();
-    FwManager manager("BMC");
-    Supervised child([&] { return tell(operation, manager); });
-    size_t seen = 0;
-    auto call = child.next();
-    for (; call && seen < number; call = child.next(), ++seen)
-    {
-        call->name == brokenCall(plan) ? child.pretend(0) : child.proceed();
-    }
-    const auto told = child.told();
-    child.kill();
-    child.wait();
+    const auto killed = interrupt(
+        operation, number,
+        [&](const SystemCall& call, const Supervised&) {
+            return call.name == brokenCall(plan);
+        },
+        [] {});
     report.count("kills");
-    expectIntact(operation,
-                 call ? "at " + call->name + " (call " +
-                            std::to_string(number) + ")"
-                      : "after its end",
-                 told, report);
-    return call.has_value();
+    for (const auto& fault : faultsAfter(operation, killed))
+    {
+        report.loss(std::string(operation.name) + ", killed " + killed.moment +
+                    ": " + fault);
+    }
+    return killed.call.has_value();
 }
 
 void killAtEachCall(const Plan& plan, Report& report)

@@ -421,6 +421,25 @@ std::string tell(const Operation& operation, FwManager& manager)
     }
 }
 
+std::vector<std::string> faultsOfTheNext(const Operation& operation)
+{
+    std::vector<std::string> faults;
+    operation.repair();
+    FwManager manager("BMC");
+    const Outcome next{tell(operation, manager), operation.look()};
+    if (next != operation.unharmed)
+    {
+        faults.push_back("the next told " + next.told + ", files " +
+                         next.files);
+    }
+    if (manager.saveVersionStringFromInfo("next", "works") != 0 ||
+        manager.getVersionStringFromInfo("next") != "works" || temporaryLeft())
+    {
+        faults.emplace_back("no save after it");
+    }
+    return faults;
+}
+
 bool stateDirectoryIsTidy()
 {
     return !fs::exists(stateDirectory) ||

@@ -59,6 +59,10 @@ const std::vector<Operation>& operations();
 std::string tell(const Operation& operation,
                  phosphor::software::updater::FwManager& manager);
 
+/** Repairs what an operation left, runs it again, and saves something else.
+ *  @return what is wrong, each in a few words */
+std::vector<std::string> faultsOfTheNext(const Operation& operation);
+
 /** Whether it holds nothing but the state file, and perhaps its temporary. */
 bool stateDirectoryIsTidy();
 

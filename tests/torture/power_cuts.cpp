@@ -1,7 +1,6 @@
 #include "disk.hpp"
 #include "experiments.hpp"
-#include "operations.hpp"
-#include "supervised.hpp"
+#include "interruption.hpp"
 #include "support/files.hpp"
 
 #include <algorithm>
@@ -57,8 +56,13 @@ class Cuts
         constexpr size_t mostNoiseBytes = 300'000;
         operation.prepare();
         disk.synchronise();
-        support::writeFile(std::filesystem::path(operation.disk) / "noise",
+        support::writeFile(noise(),
                            std::string(random() % mostNoiseBytes, 'x'));
+    }
+
+    [[nodiscard]] std::filesystem::path noise() const
+    {
+        return std::filesystem::path(operation.disk) / "noise";
     }
 
     /** @return whether there was a call of this number to cut at */
@@ -66,65 +70,24 @@ class Cuts
     {
         disk.mount(operation.disk, options);
         prepare(disk);
-        std::optional<std::string> told;
-        const auto call = runUntil(number, told, disk);
+        const auto cut = interrupt(
+            operation, number,
+            [&](const SystemCall& call, const Supervised& child) {
+                return isBroken(plan, call, child);
+            },
+            [&] { disk.cutPower(); });
         disk.unmount();
 
         disk.mount(operation.disk, options);
+        std::filesystem::remove(noise());
         report.count("cuts");
-        examine(call ? "at " + call->name + " (call " + std::to_string(number) +
-                           ")"
-                     : "after its end",
-                told);
+        for (const auto& fault : faultsAfter(operation, cut))
+        {
+            report.loss(std::string(operation.name) + " (" + options +
+                        "), power cut " + cut.moment + ": " + fault);
+        }
         disk.unmount();
-        return call.has_value();
-    }
-
-    std::optional<SystemCall> runUntil(size_t number,
-                                       std::optional<std::string>& told,
-                                       const Disk& disk) const
-    {
-        FwManager manager("BMC");
-        Supervised child([&] { return tell(operation, manager); });
-        auto call = child.next();
-        for (size_t seen = 0; call && seen < number;
-             call = child.next(), ++seen)
-        {
-            isBroken(plan, *call, child) ? child.pretend(0) : child.proceed();
-        }
-        disk.cutPower();
-        told = child.told();
-        child.kill();
-        child.wait();
-        return call;
-    }
-
-    void examine(const std::string& moment,
-                 const std::optional<std::string>& told)
-    {
-        const std::string files = operation.look();
-        const bool good =
-            told ? Outcome{*told, files} == operation.unharmed
-                 : std::ranges::find(operation.interrupted, files) !=
-                       operation.interrupted.end();
-        if (!good)
-        {
-            lose(moment, "files " + files);
-        }
-        operation.repair();
-        FwManager manager("BMC");
-        const Outcome next{tell(operation, manager), operation.look()};
-        if (next != operation.unharmed || temporaryLeft())
-        {
-            lose(moment,
-                 "the next told " + next.told + ", files " + next.files);
-        }
-    }
-
-    void lose(const std::string& moment, const std::string& what)
-    {
-        report.loss(std::string(operation.name) + " (" + options +
-                    "), power cut " + moment + ": " + what);
+        return cut.call.has_value();
     }
 
     const Operation& operation;

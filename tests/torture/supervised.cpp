@@ -60,45 +60,51 @@ void load(const Filter& filter)
     checkedSystemd(seccomp_load(filter.get()), "seccomp_load");
 }
 
-/** The one message that a supervised child sends by itself. */
-void sendDescriptor(int socket, int descriptor)
+/** A message that carries a descriptor. */
+class DescriptorMessage
 {
-    alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof(int))> control{};
-    char byte = 0;
-    iovec content{&byte, 1};
-    msghdr message{};
-    message.msg_iov = &content;
-    message.msg_iovlen = 1;
-    message.msg_control = control.data();
-    message.msg_controllen = control.size();
-    cmsghdr* const header = CMSG_FIRSTHDR(&message);
-    header->cmsg_level = SOL_SOCKET;
-    header->cmsg_type = SCM_RIGHTS;
-    header->cmsg_len = CMSG_LEN(sizeof(int));
-    std::memcpy(CMSG_DATA(header), &descriptor, sizeof(int));
-    checked(::sendmsg(socket, &message, 0), "sendmsg");
-}
-
-Descriptor receiveDescriptor(int socket)
-{
-    alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof(int))> control{};
-    char byte = 0;
-    iovec content{&byte, 1};
-    msghdr message{};
-    message.msg_iov = &content;
-    message.msg_iovlen = 1;
-    message.msg_control = control.data();
-    message.msg_controllen = control.size();
-    checked(::recvmsg(socket, &message, MSG_CMSG_CLOEXEC), "recvmsg");
-    const cmsghdr* const header = CMSG_FIRSTHDR(&message);
-    if (header == nullptr)
+  public:
+    DescriptorMessage()
     {
-        throw std::runtime_error("the child cannot be supervised");
+        message.msg_iov = &content;
+        message.msg_iovlen = 1;
+        message.msg_control = control.data();
+        message.msg_controllen = control.size();
     }
-    int descriptor = -1;
-    std::memcpy(&descriptor, CMSG_DATA(header), sizeof(int));
-    return Descriptor(descriptor);
-}
+
+    DescriptorMessage(const DescriptorMessage&) = delete;
+    DescriptorMessage& operator=(const DescriptorMessage&) = delete;
+
+    /** The only call that a supervised child makes by itself. */
+    void send(int socket, int descriptor)
+    {
+        cmsghdr* const header = CMSG_FIRSTHDR(&message);
+        header->cmsg_level = SOL_SOCKET;
+        header->cmsg_type = SCM_RIGHTS;
+        header->cmsg_len = CMSG_LEN(sizeof(int));
+        std::memcpy(CMSG_DATA(header), &descriptor, sizeof(int));
+        checked(::sendmsg(socket, &message, 0), "sendmsg");
+    }
+
+    Descriptor receive(int socket)
+    {
+        checked(::recvmsg(socket, &message, MSG_CMSG_CLOEXEC), "recvmsg");
+        const cmsghdr* const header = CMSG_FIRSTHDR(&message);
+        if (header == nullptr)
+        {
+            throw std::runtime_error("the child cannot be supervised");
+        }
+        int descriptor = -1;
+        std::memcpy(&descriptor, CMSG_DATA(header), sizeof(int));
+        return Descriptor(descriptor);
+    }
+
+  private:
+    alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof(int))> control{};
+    char byte = 0;
+    iovec content{&byte, 1};
+    msghdr message{};
+};
 
 /** From here on each system call of this process waits for its verdict. */
 void submit(int socket)
@@ -110,7 +116,7 @@ void submit(int socket)
                                           SCMP_SYS(sendmsg), 1, &onThisSocket),
                    "seccomp_rule_add_array");
     load(filter);
-    sendDescriptor(socket, seccomp_notify_fd(filter.get()));
+    DescriptorMessage().send(socket, seccomp_notify_fd(filter.get()));
 }
 
 std::string outcomeOf(const Supervised::Work& work)
@@ -149,7 +155,7 @@ Supervised::Supervised(const Work& work) :
         ::_exit(EXIT_SUCCESS);
     }
     theirs = Descriptor();
-    listener = receiveDescriptor(mine.get());
+    listener = DescriptorMessage().receive(mine.get());
 }
 
 Supervised::~Supervised()

@@ -1,0 +1,57 @@
+#include "interruption.hpp"
+
+#include <algorithm>
+
+namespace torture
+{
+
+using phosphor::software::updater::FwManager;
+
+Interruption interrupt(
+    const Operation& operation, size_t number,
+    const std::function<bool(const SystemCall&, const Supervised&)>& broken,
+    const std::function<void()>& end)
+{
+    FwManager manager("BMC");
+    Supervised child([&] { return tell(operation, manager); });
+    auto call = child.next();
+    for (size_t seen = 0; call && seen < number; call = child.next(), ++seen)
+    {
+        broken(*call, child) ? child.pretend(0) : child.proceed();
+    }
+    end();
+    const auto told = child.told();
+    child.kill();
+    child.wait();
+    const std::string moment =
+        call ? "at " + call->name + " (call " + std::to_string(number) + ")"
+             : "after its end";
+    return {call, moment, told};
+}
+
+std::vector<std::string> faultsAfter(const Operation& operation,
+                                     const Interruption& interruption)
+{
+    std::vector<std::string> faults;
+    const auto& told = interruption.told;
+    const std::string files = operation.look();
+    const bool good = told ? Outcome{*told, files} == operation.unharmed
+                           : std::ranges::find(operation.interrupted, files) !=
+                                 operation.interrupted.end();
+    if (!good)
+    {
+        faults.push_back("files " + files);
+    }
+    if (!lockIsFree())
+    {
+        faults.emplace_back("lock kept");
+    }
+    if (!stateDirectoryIsTidy())
+    {
+        faults.emplace_back("more than the temporary left");
+    }
+    std::ranges::copy(faultsOfTheNext(operation), std::back_inserter(faults));
+    return faults;
+}
+
+} // namespace torture
