@@ -195,6 +195,21 @@ TEST_F(SystemCalls, SaveWhoseReleaseFailsStillReportsSuccess)
               std::vector<std::string>{"version.json"});
 }
 
+TEST_F(SystemCalls, LinkThatCannotBeReadIsNotReplaced)
+{
+    const std::string target = "/usr/share/firmware/real.json";
+    std::filesystem::rename(stateFile, target);
+    std::filesystem::create_symlink(target, stateFile);
+    // The loader reads links, too.
+    EXPECT_EQ(trace("save", {"-e", "inject=/^readlink:error=EIO", "-e",
+                             "quiet=path-resolution", "-P", stateFile, "-P",
+                             "/operation begins", "-P", "/operation ends"}),
+              "status -1\n");
+    EXPECT_TRUE(std::filesystem::is_symlink(stateFile));
+    EXPECT_EQ(trace("save"), "status 0\n");
+    EXPECT_TRUE(std::filesystem::is_symlink(stateFile));
+}
+
 TEST_F(SystemCalls, DeletionReportsThatItsReleaseFailed)
 {
     EXPECT_EQ(trace("delete", {"-e", "inject=renameat:error=EIO"}),
