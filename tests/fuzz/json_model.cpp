@@ -66,21 +66,16 @@ class Reader
     {
     }
 
-    Model read()
+    std::optional<Sections> read()
     {
-        Model model;
+        Sections sections;
         skipBlanks();
-        if (!readSections(model.sections))
+        if (!readSections(sections))
         {
-            return {};
+            return std::nullopt;
         }
         skipBlanks();
-        if (next != input.size())
-        {
-            return {};
-        }
-        model.verdict = doubtful ? Verdict::doubtful : Verdict::accepted;
-        return model;
+        return next == input.size() ? std::optional(sections) : std::nullopt;
     }
 
   private:
@@ -143,7 +138,6 @@ class Reader
             {
                 return false;
             }
-            doubtful |= key.find('\0') != std::string::npos;
             skipBlanks();
             if (!take(":"))
             {
@@ -160,7 +154,8 @@ class Reader
             Section& section = sections.emplace_back();
             section.name = name;
             section.isObject = peek() == '{';
-            return section.isObject ? readItems(section.items) : readValue();
+            return section.isObject ? readItems(section.items)
+                                    : readValue(section.other);
         });
     }
 
@@ -170,25 +165,49 @@ class Reader
             Item& item = items.emplace_back();
             item.key = key;
             return peek() == '"' ? readString(item.text.emplace())
-                                 : readValue();
+                                 : readValue(item.other);
         });
     }
 
-    bool readValue()
+    /** Appends what the value consists of, without its blanks and escapes. */
+    bool readValue(std::string& content)
     {
-        if (peek() == '{')
+        if (peek() == '{' || peek() == '[')
         {
-            return readObject([&](const std::string&) { return readValue(); });
+            return readContainer(content);
         }
-        if (peek() == '[')
+        const std::size_t start = next;
+        if (peek() == '"')
         {
-            return readList("[", "]", [&] { return readValue(); });
+            std::string text;
+            const bool good = readString(text);
+            content += std::to_string(text.size()) + '"' + text;
+            return good;
         }
-        doubtful |= depth == deepest;
-        std::string unused;
-        return peek() == '"' ? readString(unused)
-                             : take("true") || take("false") || take("null") ||
-                                   readNumber();
+        const bool good =
+            take("true") || take("false") || take("null") || readNumber();
+        const auto word = input.substr(start, next - start);
+        content += word == "-0" ? "0" : word;
+        return good;
+    }
+
+    bool readContainer(std::string& content)
+    {
+        const char opening = peek();
+        const auto readElement = [&] {
+            content += ',';
+            return readValue(content);
+        };
+        content += opening;
+        const bool good = opening == '['
+                              ? readList("[", "]", readElement)
+                              : readObject([&](const std::string& key) {
+                                    content +=
+                                        std::to_string(key.size()) + '"' + key;
+                                    return readElement();
+                                });
+        content += 'e';
+        return good;
     }
 
     bool readDigits()
@@ -209,7 +228,6 @@ class Reader
         {
             return false;
         }
-        const std::size_t endOfInteger = next;
         if (take(".") && !readDigits())
         {
             return false;
@@ -226,18 +244,7 @@ class Reader
             }
         }
         const std::string number(input.substr(start, next - start));
-        doubtful |= next == endOfInteger
-                        ? !fitsInteger(number)
-                        : std::isinf(std::strtod(number.c_str(), nullptr));
-        return true;
-    }
-
-    static bool fitsInteger(const std::string& number)
-    {
-        std::int64_t value = 0;
-        return std::from_chars(number.data(), number.data() + number.size(),
-                               value)
-                   .ec == std::errc();
+        return std::isfinite(std::strtod(number.c_str(), nullptr));
     }
 
     bool readString(std::string& text)
@@ -314,7 +321,6 @@ class Reader
     std::string_view input;
     std::size_t next = 0;
     int depth = 0;
-    bool doubtful = false;
 };
 
 bool isContinuation(char byte)
@@ -397,6 +403,7 @@ void Sections::set(const std::string& section, const std::string& key,
         item = holder->items.insert(holder->items.end(), {key, {}});
     }
     item->text = text;
+    item->other.clear();
 }
 
 void Sections::remove(std::string_view section, std::string_view key)
@@ -406,7 +413,7 @@ void Sections::remove(std::string_view section, std::string_view key)
                   [key](const Item& item) { return item.key == key; });
 }
 
-Model readModel(std::string_view text)
+std::optional<Sections> readModel(std::string_view text)
 {
     return Reader(text).read();
 }

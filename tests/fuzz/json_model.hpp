@@ -17,6 +17,8 @@ struct Item
     std::string key;
     /** Nothing for a value that is no string. */
     std::optional<std::string> text;
+    /** What such a value consists of. */
+    std::string other = {};
 
     bool operator==(const Item&) const = default;
 };
@@ -26,6 +28,8 @@ struct Section
     std::string name;
     bool isObject = false;
     std::vector<Item> items;
+    /** What a section that is no object consists of. */
+    std::string other = {};
 
     bool operator==(const Section&) const = default;
 };
@@ -46,23 +50,8 @@ class Sections : public std::vector<Section>
     void remove(std::string_view section, std::string_view key);
 };
 
-enum class Verdict
-{
-    refused,
-    /** A number beyond 64 bits or a double, a NUL in a key, a value in the
-     *  deepest level: up to the parser. */
-    doubtful,
-    accepted
-};
-
-struct Model
-{
-    Verdict verdict = Verdict::refused;
-    Sections sections;
-};
-
-/** Reads a text that is not empty. */
-Model readModel(std::string_view text);
+/** Reads a text that is not empty. @return nothing where it is no document */
+std::optional<Sections> readModel(std::string_view text);
 
 bool isUtf8(std::string_view text);
 
