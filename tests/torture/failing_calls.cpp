@@ -200,6 +200,7 @@ class Examination
     Run runAfter(const Fault& fault)
     {
         operation.prepare();
+        operation.arrive();
         report.count("runs");
         return runOnce(operation, plan, fault);
     }

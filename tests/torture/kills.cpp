@@ -40,6 +40,7 @@ bool killAt(size_t number, const Operation& operation, const Plan& plan,
             Report& report)
 {
     operation.prepare();
+    operation.arrive();
     const auto killed = interrupt(
         operation, number,
         [&](const SystemCall& call, const Supervised&) {

@@ -107,6 +107,7 @@ class Shortage
     int attempt(size_t number, bool fromThereOn)
     {
         operation.prepare();
+        operation.arrive();
         *seen = {};
         FwManager manager("BMC");
         support::Child child([&] {
@@ -193,6 +194,7 @@ void run(const Plan& plan, Report& report)
     for (const auto& operation : operations())
     {
         operation.prepare();
+        operation.arrive();
         FwManager manager("BMC");
         static_cast<void>(tell(operation, manager));
     }

@@ -33,6 +33,8 @@ struct Operation
     std::string_view name;
     /** Puts the files into the state before. */
     void (*prepare)();
+    /** Writes what comes right before it, and may not be on the disk yet. */
+    void (*arrive)() = [] {};
     /** Runs it; the text is what it told. */
     std::string (*run)(phosphor::software::updater::FwManager&);
     /** Says what the files hold. */

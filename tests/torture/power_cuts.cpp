@@ -58,6 +58,7 @@ class Cuts
         disk.synchronise();
         support::writeFile(noise(),
                            std::string(random() % mostNoiseBytes, 'x'));
+        operation.arrive();
     }
 
     [[nodiscard]] std::filesystem::path noise() const
@@ -99,7 +100,7 @@ class Cuts
 
 void run(const Plan& plan, Report& report)
 {
-    const int rounds = plan.quick ? 1 : 10;
+    const int rounds = plan.quick ? 1 : 5;
     FwManager("BMC").saveUpdateState("idle");
     Disk disk;
     for (const auto& operation : operations())

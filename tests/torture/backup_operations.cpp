@@ -1,0 +1,296 @@
+#include "backup_operations.hpp"
+
+#include "contents.hpp"
+#include "support/files.hpp"
+
+namespace torture
+{
+
+namespace
+{
+
+namespace fs = std::filesystem;
+using phosphor::software::updater::FwManager;
+using support::writeFile;
+
+constexpr auto incoming = "/run/incoming";
+constexpr auto backup = "/run/backup";
+constexpr auto verifying = "/run/backup/BMC/verifying";
+constexpr auto verified = "/run/backup/BMC/verified";
+
+/** Long enough for several writes, and not one page like the other. */
+std::string image(const std::string& version)
+{
+    std::string content;
+    for (int line = 0; line < 20'000; ++line)
+    {
+        content += version + " " + std::to_string(line) + "\n";
+    }
+    return content;
+}
+
+void receiveImage()
+{
+    writeFile(std::string(incoming) + "/firmware.tar", image("2.0"));
+}
+
+void fillSlot(const std::string& slot, const std::string& version)
+{
+    writeFile(slot + "/firmware.tar", image(version));
+    writeFile(slot + "/version", version);
+}
+
+void fillPendingSlot()
+{
+    fillSlot(verifying, "2.0");
+}
+
+std::string lookAtIncoming()
+{
+    return lookAtFile(std::string(incoming) + "/firmware.tar",
+                      {{"2.0", image("2.0")}});
+}
+
+/** What the image is, and what its version says. */
+std::string lookAtSlot(const std::string& slot)
+{
+    static const Names images{
+        {"1.0", image("1.0")}, {"1.5", image("1.5")}, {"2.0", image("2.0")}};
+    static const Names versions{
+        {"1.0", "1.0"}, {"1.5", "1.5"}, {"2.0", "2.0"}, {"empty", ""}};
+    const std::string content = lookAtFile(slot + "/firmware.tar", images);
+    return (content.starts_with("torn") ? "torn" : content) + " as " +
+           lookAtFile(slot + "/version", versions);
+}
+
+std::string lookAtBackup()
+{
+    return "incoming " + lookAtIncoming() + ", verifying " +
+           lookAtSlot(verifying) + ", verified " + lookAtSlot(verified);
+}
+
+std::string backUp(FwManager& manager)
+{
+    manager.backupImage(incoming, "2.0");
+    return "";
+}
+
+std::string promote(FwManager& manager)
+{
+    manager.verifyBackupImage("2.0");
+    return "";
+}
+
+void prepareBackup()
+{
+    writeConfiguration();
+    clear(backup);
+    fillSlot(verified, "1.0");
+    receiveImage();
+}
+
+void prepareReplacement()
+{
+    prepareBackup();
+    fillSlot(verifying, "1.5");
+}
+
+void prepareArrival()
+{
+    prepareBackup();
+    fs::remove_all(incoming);
+}
+
+void preparePromotion()
+{
+    prepareArrival();
+    fillPendingSlot();
+}
+
+void prepareFirstPromotion()
+{
+    preparePromotion();
+    fs::remove_all(verified);
+}
+
+std::string lookAtPromotion()
+{
+    return "verifying " + lookAtSlot(verifying) + ", verified " +
+           lookAtSlot(verified);
+}
+
+constexpr auto fsError = "threw filesystem error";
+
+std::string backupState(const std::string& incomingImage,
+                        const std::string& slot)
+{
+    return "incoming " + incomingImage + ", verifying " + slot +
+           ", verified 1.0 as 1.0";
+}
+
+std::string promotionState(const std::string& pending,
+                           const std::string& confirmed)
+{
+    return "verifying " + pending + ", verified " + confirmed;
+}
+
+Operation backupOperation()
+{
+    const Outcome done{"", backupState("none", "2.0 as 2.0")};
+    const Outcome nothing{"", backupState("2.0", "none as none")};
+    // The image goes whatever became of its copy: a caller that cannot get it
+    // again keeps one.
+    const Outcome noSlot{"", backupState("none", "none as none")};
+    const Outcome noImage{"", backupState("none", "none as 2.0")};
+    const Outcome torn{"", backupState("none", "torn as 2.0")};
+    const Outcome noVersion{"", backupState("none", "2.0 as none")};
+    const Outcome emptyVersion{"", backupState("none", "2.0 as empty")};
+    const Outcome both{"", backupState("2.0", "2.0 as 2.0")};
+    return {.name = "backup",
+            .prepare = prepareBackup,
+            .run = backUp,
+            .look = lookAtBackup,
+            .unharmed = done,
+            .refused = done,
+            .rows = {{"newfstatat", 1, {fsError, nothing.files}},
+                     {"newfstatat", 4, noSlot},
+                     {"mkdir", 1, noSlot},
+                     {"newfstatat", 6, noImage},
+                     {"newfstatat", 7, noImage},
+                     {"openat", 4, noImage},
+                     {"openat", 5, noImage},
+                     {"fchmod", 1, torn},
+                     {"sendfile", 1, torn},
+                     {"unlink", 1, both},
+                     {"openat", 12, noVersion},
+                     {"write", 1, emptyVersion}},
+            // The image is whole in one place or the other.
+            .interrupted = {nothing.files, both.files, noVersion.files,
+                            emptyVersion.files, done.files,
+                            backupState("2.0", "torn as none"),
+                            backupState("2.0", "2.0 as none")},
+            .lasting = {nothing,
+                        {"", backupState("2.0", "torn as none")},
+                        {"", backupState("2.0", "2.0 as none")}},
+            .repair = receiveImage,
+            .disk = backup};
+}
+
+Operation promotionOperation()
+{
+    const Outcome done{"", promotionState("none as none", "2.0 as 2.0")};
+    const Outcome nothing{"", promotionState("2.0 as 2.0", "1.0 as 1.0")};
+    // What is pending is whole, so the next try promotes it.
+    const Outcome noVersion{"", promotionState("2.0 as 2.0", "1.0 as none")};
+    const Outcome noneVerified{"",
+                               promotionState("2.0 as 2.0", "none as none")};
+    return {.name = "promotion",
+            .prepare = preparePromotion,
+            .run = promote,
+            .look = lookAtPromotion,
+            .unharmed = done,
+            .refused = done,
+            .rows = {{"newfstatat", 3, {fsError, nothing.files}},
+                     {"openat", 2, nothing},
+                     {"read", 2, nothing},
+                     {"openat", 7, noVersion},
+                     {"newfstatat", 4, noVersion},
+                     {"fcntl", 0, noVersion},
+                     {"getdents64", 1, noVersion},
+                     {"unlinkat", 2, noVersion},
+                     {"rename", 1, noneVerified}},
+            .interrupted = {nothing.files, noVersion.files, noneVerified.files,
+                            done.files},
+            .lasting = {nothing},
+            .disk = backup};
+}
+
+Operation replacementOperation()
+{
+    Operation replacement = backupOperation();
+    const Outcome nothing{"", backupState("2.0", "1.5 as 1.5")};
+    const Outcome noVersion{"", backupState("2.0", "1.5 as none")};
+    const Outcome noSlot{"", backupState("none", "none as none")};
+    const Outcome noImage{"", backupState("none", "none as 2.0")};
+    const Outcome torn{"", backupState("none", "torn as 2.0")};
+    const Outcome both{"", backupState("2.0", "2.0 as 2.0")};
+    // The old image cannot be removed, and then not be overwritten: a caller
+    // compares what the slot holds with what it has.
+    const Outcome mixed{"", backupState("none", "1.5 as 2.0")};
+    replacement.name = "backup over a pending one";
+    replacement.prepare = prepareReplacement;
+    replacement.rows = {
+        {"newfstatat", 1, {fsError, nothing.files}},
+        {"openat", 3, mixed},
+        {"newfstatat", 4, mixed},
+        {"fcntl", 0, mixed},
+        {"getdents64", 1, mixed},
+        {"unlinkat", 2, mixed},
+        {"newfstatat", 5, noSlot},
+        {"mkdir", 1, noSlot},
+        {"newfstatat", 7, noImage},
+        {"newfstatat", 8, noImage},
+        {"openat", 4, noImage},
+        {"openat", 5, noImage},
+        {"fchmod", 1, torn},
+        {"sendfile", 1, torn},
+        {"unlink", 2, both},
+        {"openat", 12, {"", backupState("none", "2.0 as none")}},
+        {"write", 1, {"", backupState("none", "2.0 as empty")}}};
+    for (const auto& outcome :
+         {nothing, noVersion, Outcome{"", backupState("2.0", "none as none")}})
+    {
+        replacement.interrupted.push_back(outcome.files);
+        replacement.lasting.push_back(outcome);
+    }
+    return replacement;
+}
+
+Operation firstPromotionOperation()
+{
+    const Outcome done{"", promotionState("none as none", "2.0 as 2.0")};
+    const Outcome nothing{"", promotionState("2.0 as 2.0", "none as none")};
+    return {.name = "first promotion",
+            .prepare = prepareFirstPromotion,
+            .run = promote,
+            .look = lookAtPromotion,
+            .unharmed = done,
+            .refused = done,
+            .rows = {{"newfstatat", 3, {fsError, nothing.files}},
+                     {"openat", 2, nothing},
+                     {"read", 2, nothing},
+                     {"rename", 1, nothing}},
+            .interrupted = {nothing.files, done.files},
+            .lasting = {nothing},
+            .disk = backup};
+}
+
+/** A slot that is filled right before it is promoted, by whomever: a power cut
+ *  finds it on its way to the disk. */
+Operation arrivalOperation()
+{
+    Operation arrival = promotionOperation();
+    arrival.name = "promotion of a new slot";
+    arrival.prepare = prepareArrival;
+    arrival.arrive = fillPendingSlot;
+    arrival.repair = fillPendingSlot;
+    for (const auto* image : {"none", "torn", "2.0"})
+    {
+        for (const auto* version : {"none", "empty", "2.0"})
+        {
+            arrival.interrupted.push_back(promotionState(
+                std::string(image) + " as " + version, "1.0 as 1.0"));
+        }
+    }
+    return arrival;
+}
+
+} // namespace
+
+std::vector<Operation> backupOperations()
+{
+    return {backupOperation(), replacementOperation(), promotionOperation(),
+            firstPromotionOperation(), arrivalOperation()};
+}
+
+} // namespace torture
