@@ -202,6 +202,8 @@ Operation promotionOperation()
             .interrupted = {nothing.files, noVersion.files, noneVerified.files,
                             done.files},
             .lasting = {nothing},
+            // A removal takes a failed allocation for a failure of its own.
+            .shortOfMemory = {noVersion},
             .disk = backup};
 }
 
@@ -237,6 +239,7 @@ Operation replacementOperation()
         {"unlink", 2, both},
         {"openat", 12, {"", backupState("none", "2.0 as none")}},
         {"write", 1, {"", backupState("none", "2.0 as empty")}}};
+    replacement.shortOfMemory = {mixed};
     for (const auto& outcome :
          {nothing, noVersion, Outcome{"", backupState("2.0", "none as none")}})
     {

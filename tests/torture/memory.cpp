@@ -2,15 +2,19 @@
 #include "experiments.hpp"
 #include "operations.hpp"
 #include "support/child.hpp"
+#include "support/descriptor.hpp"
 
 #include <libostrel.h>
 
+#include <fcntl.h>
+#include <sys/file.h>
 #include <sys/mman.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 
 namespace torture
 {
@@ -20,53 +24,104 @@ namespace
 
 using phosphor::software::updater::FwManager;
 
-constexpr auto outOfMemory = "threw std::bad_alloc";
-
 /** What a child saw, in memory that both see. */
 struct Seen
 {
     bool failed;
     long blocksLeft;
+    long descriptorsLeft;
+    bool lockFree;
     std::array<char, 256> told;
 };
 
 /** The store's functions in turn, without the library. */
 std::string useStore(FwManager&)
 {
-    const auto failure = [](const char* function) {
-        return std::string(function) + " " + ::strerrorname_np(errno);
+    std::string failed;
+    const auto expect = [&](const char* function, bool worked) {
+        if (!worked && failed.empty())
+        {
+            failed = std::string(function) + " " + ::strerrorname_np(errno);
+        }
     };
     json_config_t* const config =
         json_config_load("/usr/share/firmware/version.json",
                          "/run/lock/firmware/version.lock", 0);
+    expect("load", config != nullptr);
     if (config == nullptr)
     {
-        return failure("load");
+        return failed;
     }
-    const bool set = json_config_set_string(config, "BMC", "key", "new") == 0;
-    const std::string afterSet = set ? "" : failure("set");
-    const bool released = json_config_release(config) == 0;
-    return !set ? afterSet : released ? "0" : failure("release");
+    std::array<char, 16> value{};
+    expect("delete", json_config_delete_item(config, "BMC", "key") == 0);
+    expect("set", json_config_set_string(config, "BMC", "key", "new") == 0);
+    // Finding nothing takes no memory, and is told apart.
+    const bool found = json_config_get_string(config, "BMC", "key",
+                                              value.data(), value.size()) == 0;
+    expect("get", found || !failed.empty());
+    expect("release", json_config_release(config) == 0);
+    return failed.empty() ? "0" : failed;
 }
 
-Operation storeOperation()
+std::string readWithANewManager(FwManager&)
 {
-    Operation store = operations().front();
-    store.name = "store";
-    store.run = useStore;
-    return store;
+    FwManager another("BMC");
+    return "\"" + another.getVersionStringFromInfo("key") + "\"";
 }
 
-/** What an operation may tell when memory runs out. */
+Operation likeThe(const std::string& name, std::string (*run)(FwManager&))
+{
+    Operation operation =
+        *std::ranges::find(operations(), name, &Operation::name);
+    operation.run = run;
+    return operation;
+}
+
+/** All that are tried. */
+std::vector<Operation> allOperations()
+{
+    std::vector<Operation> all = operations();
+    Operation store = likeThe("save", useStore);
+    store.name = "store";
+    store.unharmed = {"0", "new at the end"};
+    // A change that worked is kept when a later one is refused.
+    store.interrupted = {"old", "deleted", "new at the end"};
+    store.repair = store.prepare;
+    all.push_back(store);
+    all.push_back(likeThe("read", readWithANewManager));
+    all.back().name = "read with a new manager";
+    return all;
+}
+
+bool isOutOfMemory(const std::string& told)
+{
+    return told == "threw std::bad_alloc" || told.ends_with(" ENOMEM");
+}
+
+/** How an operation may end when memory runs out. */
 bool isHonest(const Operation& operation, const Outcome& seen)
 {
-    const bool told = seen.told == operation.refused.told ||
-                      seen.told == outOfMemory || seen.told == "load ENOMEM" ||
-                      seen.told == "set ENOMEM" ||
-                      seen.told == "release ENOMEM";
-    return seen == operation.unharmed ||
-           (told && std::ranges::find(operation.interrupted, seen.files) !=
-                        operation.interrupted.end());
+    const auto isOneOf = [](const auto& known, const auto& it) {
+        return std::ranges::find(known, it) != known.end();
+    };
+    return seen == operation.unharmed || seen == operation.refused ||
+           isOneOf(operation.shortOfMemory, seen) ||
+           (isOutOfMemory(seen.told) &&
+            isOneOf(operation.interrupted, seen.files));
+}
+
+long openDescriptors()
+{
+    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"),
+                         {});
+}
+
+/** Held until the process ends. */
+void keepTheLock()
+{
+    static const support::Descriptor lock(::open(
+        "/run/lock/firmware/version.lock", O_RDONLY | O_CREAT | O_CLOEXEC, 0));
+    ::flock(lock.get(), LOCK_EX | LOCK_NB);
 }
 
 class Shortage
@@ -111,30 +166,60 @@ class Shortage
         *seen = {};
         FwManager manager("BMC");
         support::Child child([&] {
-            const size_t before = allocations::blocks();
+            const long descriptors = openDescriptors();
+            const size_t blocks = allocations::blocks();
             allocations::failAfter(number, fromThereOn);
-            try
-            {
-                operation.run(manager).copy(seen->told.data(),
-                                            seen->told.size() - 1);
-                allocations::succeed();
-            }
-            catch (const std::exception& e)
-            {
-                allocations::succeed();
-                ("threw " + std::string(e.what()))
-                    .copy(seen->told.data(), seen->told.size() - 1);
-            }
-            if (plan.breaks("leak") && allocations::failed())
-            {
-                leaked = new char;
-            }
+            runOnce(manager);
             seen->failed = allocations::failed();
+            breakIt();
             seen->blocksLeft = static_cast<long>(allocations::blocks()) -
-                               static_cast<long>(before);
+                               static_cast<long>(blocks);
+            seen->descriptorsLeft = openDescriptors() - descriptors;
+            seen->lockFree = lockIsFree();
             return 0;
         });
         return child.wait();
+    }
+
+    void runOnce(FwManager& manager)
+    {
+        try
+        {
+            const std::string told = operation.run(manager);
+            allocations::succeed();
+            tell(told);
+        }
+        catch (const std::exception& e)
+        {
+            allocations::succeed();
+            tell("threw " + std::string(e.what()));
+        }
+    }
+
+    void tell(const std::string& text)
+    {
+        seen->told = {};
+        text.copy(seen->told.data(), seen->told.size() - 1);
+    }
+
+    void breakIt()
+    {
+        if (!seen->failed)
+        {
+            return;
+        }
+        if (plan.breaks("leak"))
+        {
+            leaked = new char;
+        }
+        if (plan.breaks("kept-lock"))
+        {
+            keepTheLock();
+        }
+        if (plan.breaks("swallowed-failure"))
+        {
+            tell(operation.unharmed.told);
+        }
     }
 
     /** @return whether there was an allocation of this number */
@@ -154,24 +239,35 @@ class Shortage
             lose(where, "status " + std::to_string(status) + ", told " +
                             outcome.told + ", files " + outcome.files);
         }
+        if (status == 0)
+        {
+            expectNothingLeft(where);
+        }
+        for (const auto& fault : faultsOfTheNext(operation))
+        {
+            lose(where, fault);
+        }
+        return true;
+    }
+
+    void expectNothingLeft(const std::string& where)
+    {
         if (seen->blocksLeft > keptBlocks)
         {
             lose(where, std::to_string(seen->blocksLeft - keptBlocks) +
                             " blocks leaked");
         }
-        expectTheNextWorks(where);
-        return true;
-    }
-
-    void expectTheNextWorks(const std::string& where)
-    {
-        const bool clean = !temporaryLeft();
-        operation.repair();
-        FwManager manager("BMC");
-        const Outcome next{tell(operation, manager), operation.look()};
-        if (!clean || next != operation.unharmed)
+        if (seen->descriptorsLeft != 0)
         {
-            lose(where, "the next told " + next.told + ", files " + next.files);
+            lose(where, "descriptor leaked");
+        }
+        if (!seen->lockFree)
+        {
+            lose(where, "lock kept");
+        }
+        if (temporaryLeft())
+        {
+            lose(where, "temporary left");
         }
     }
 
@@ -191,16 +287,15 @@ class Shortage
 void run(const Plan& plan, Report& report)
 {
     // What is allocated once in a process.
-    for (const auto& operation : operations())
+    const auto all = allOperations();
+    for (const auto& operation : all)
     {
         operation.prepare();
         operation.arrive();
         FwManager manager("BMC");
         static_cast<void>(tell(operation, manager));
     }
-    const Operation store = storeOperation();
-    Shortage(store, plan, report).run();
-    for (const auto& operation : operations())
+    for (const auto& operation : all)
     {
         Shortage(operation, plan, report).run();
     }
@@ -213,7 +308,7 @@ Experiment memory()
     return {
         .name = "memory",
         .claim = "whichever allocation fails, it is told and nothing is lost",
-        .sabotages = {"leak"},
+        .sabotages = {"leak", "kept-lock", "swallowed-failure"},
         .run = run,
     };
 }

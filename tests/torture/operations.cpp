@@ -31,11 +31,12 @@ constexpr auto configFile = "/etc/default/firmware/config.json";
 constexpr auto releaseFile = "/etc/bios-release";
 
 /** A record of each of two firmwares, of which only one is changed. */
-std::string stateDocument(const std::string& item)
+std::string stateDocument(const std::string& before,
+                          const std::string& behind = "")
 {
     return "{\n    \"Host\": {\n        \"key\": \"other\"\n    },\n"
            "    \"BMC\": {\n" +
-           item + "        \"last\": \"stays\"\n    }\n}\n";
+           before + "        \"last\": \"stays\"" + behind + "\n    }\n}\n";
 }
 
 void prepareState()
@@ -50,6 +51,7 @@ std::string lookAtState()
         {"old", stateDocument("        \"key\": \"old\",\n")},
         {"new", stateDocument("        \"key\": \"new\",\n")},
         {"deleted", stateDocument("")},
+        {"new at the end", stateDocument("", ",\n        \"key\": \"new\"")},
     };
     return nameOf(readFile(stateFile), names);
 }

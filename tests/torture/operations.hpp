@@ -48,6 +48,8 @@ struct Operation
     /** How it may end when all calls fail from one on; when empty, the first
      *  that does not leave it unharmed decides. */
     std::vector<Outcome> lasting = {};
+    /** How it may end when memory runs out, where that is not told. */
+    std::vector<Outcome> shortOfMemory = {};
     /** What a caller does before the next try. */
     void (*repair)() = [] {};
     /** The directory that holds its files, which can be a disk of its own;
