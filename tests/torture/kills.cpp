@@ -4,9 +4,9 @@
 #include "support/checked.hpp"
 #include "support/child.hpp"
 #include "support/files.hpp"
+#include "support/shared_memory.hpp"
 
 #include <poll.h>
-#include <sys/mman.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -110,11 +110,7 @@ class LoadedWriters
 {
   public:
     LoadedWriters(const Plan& plan, Report& to) :
-        broken(brokenCall(plan)),
-        report(to),
-        board(static_cast<Board*>(::mmap(nullptr, sizeof(Board),
-                                         PROT_READ | PROT_WRITE,
-                                         MAP_SHARED | MAP_ANONYMOUS, -1, 0)))
+        broken(brokenCall(plan)), report(to)
     {
         for (size_t writer = 0; writer < writers; ++writer)
         {
@@ -128,7 +124,6 @@ class LoadedWriters
         {
             child.reset();
         }
-        ::munmap(board, sizeof(Board));
     }
 
     LoadedWriters(const LoadedWriters&) = delete;
@@ -191,7 +186,7 @@ class LoadedWriters
 
     const std::string broken;
     Report& report;
-    Board* const board;
+    const support::SharedMemory<Board> board;
     std::array<std::unique_ptr<support::Child>, writers> children;
     std::mt19937 random;
 };

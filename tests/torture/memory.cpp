@@ -3,12 +3,12 @@
 #include "operations.hpp"
 #include "support/child.hpp"
 #include "support/descriptor.hpp"
+#include "support/shared_memory.hpp"
 
 #include <libostrel.h>
 
 #include <fcntl.h>
 #include <sys/file.h>
-#include <sys/mman.h>
 
 #include <algorithm>
 #include <array>
@@ -128,20 +128,10 @@ class Shortage
 {
   public:
     Shortage(const Operation& examined, const Plan& how, Report& to) :
-        operation(examined),
-        plan(how),
-        report(to),
-        seen(static_cast<Seen*>(::mmap(nullptr, sizeof(Seen),
-                                       PROT_READ | PROT_WRITE,
-                                       MAP_SHARED | MAP_ANONYMOUS, -1, 0)))
+        operation(examined), plan(how), report(to)
     {
         attempt(SIZE_MAX - 1, false);
         keptBlocks = seen->blocksLeft;
-    }
-
-    ~Shortage()
-    {
-        ::munmap(seen, sizeof(Seen));
     }
 
     Shortage(const Shortage&) = delete;
@@ -279,7 +269,7 @@ class Shortage
     const Operation& operation;
     const Plan& plan;
     Report& report;
-    Seen* const seen;
+    const support::SharedMemory<Seen> seen;
     const char* leaked = nullptr;
     long keptBlocks = 0;
 };

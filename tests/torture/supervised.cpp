@@ -7,7 +7,6 @@
 #include <linux/seccomp.h>
 #include <poll.h>
 #include <sys/ioctl.h>
-#include <sys/mman.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/syscall.h>
@@ -133,10 +132,7 @@ std::string outcomeOf(const Supervised::Work& work)
 
 } // namespace
 
-Supervised::Supervised(const Work& work) :
-    shared(static_cast<Shared*>(::mmap(nullptr, sizeof(Shared),
-                                       PROT_READ | PROT_WRITE,
-                                       MAP_SHARED | MAP_ANONYMOUS, -1, 0)))
+Supervised::Supervised(const Work& work)
 {
     std::array<int, 2> ends{};
     checked(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()),
@@ -165,7 +161,6 @@ Supervised::~Supervised()
         ::kill(pid, SIGKILL);
         ::waitpid(pid, nullptr, 0);
     }
-    ::munmap(shared, sizeof(Shared));
 }
 
 std::optional<SystemCall> Supervised::next()

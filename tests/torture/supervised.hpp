@@ -1,6 +1,7 @@
 #pragma once
 
 #include "support/descriptor.hpp"
+#include "support/shared_memory.hpp"
 
 #include <sys/types.h>
 
@@ -79,7 +80,7 @@ class Supervised
 
     void respond(int64_t result, int error, uint32_t flags);
 
-    Shared* shared = nullptr;
+    support::SharedMemory<Shared> shared;
     pid_t pid = -1;
     support::Descriptor listener;
     uint64_t waiting = 0;

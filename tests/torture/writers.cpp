@@ -1,11 +1,14 @@
 #include "experiments.hpp"
 #include "supervised.hpp"
 #include "support/child.hpp"
+#include "support/descriptor.hpp"
 #include "support/files.hpp"
+#include "support/shared_memory.hpp"
 
 #include <libfenmarch.hpp>
 #include <libostrel.h>
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <array>
@@ -29,6 +32,9 @@ constexpr auto stateFile = "/usr/share/firmware/version.json";
 constexpr auto stateLock = "/run/lock/firmware/version.lock";
 // A lock that nobody frees ends the whole run.
 constexpr unsigned patienceSeconds = 120;
+
+// Fewer mean that somebody was kept waiting for ever.
+constexpr size_t fewestLooks = 3;
 
 constexpr int good = 0;
 constexpr int bad = 1;
@@ -61,10 +67,13 @@ int write(size_t writer, size_t saves)
     return good;
 }
 
+/** How often somebody looked, in memory that survives it. */
+using Looks = std::atomic<size_t>;
+
 /** Reads without the lock, until it is killed or finds no whole document. */
-int readOn()
+int readOn(Looks& looks)
 {
-    while (true)
+    for (;; ++looks)
     {
         const std::unique_ptr<json_config_t, decltype(&json_config_release)>
             config(json_config_load(stateFile, nullptr, 0),
@@ -80,12 +89,12 @@ int readOn()
 }
 
 /** While flock(1) holds the lock nobody changes the file, until it does. */
-int holdOn()
+int holdOn(Looks& looks)
 {
     constexpr auto compareTwice =
         "before=$(cksum \"$1\"); read -r _ < /proc/uptime; "
         "after=$(cksum \"$1\"); [ \"$before\" = \"$after\" ]";
-    while (true)
+    for (;; ++looks)
     {
         const auto outcome = support::run(
             {"flock", stateLock, "sh", "-c", compareTwice, "sh", stateFile});
@@ -93,6 +102,25 @@ int holdOn()
         {
             return bad;
         }
+    }
+}
+
+/** Reads with the lock, as the library does, what is always there. */
+int readWaiting(Looks& looks)
+{
+    FwManager manager("BMC");
+    for (; !manager.getVersionStringFromInfo("shared").empty(); ++looks)
+    {
+    }
+    return bad;
+}
+
+/** Writes the document as nobody should: in place, without the lock. */
+int writeInPlace()
+{
+    while (true)
+    {
+        support::writeFile(stateFile, support::readFile(stateFile));
     }
 }
 
@@ -136,23 +164,48 @@ void expectAllSaved(const std::string& who, const Size& size, Report& report)
     }
 }
 
-/** Somebody who looks on for as long as the writers write. */
-void expectAlive(const std::string& who, Child& onlooker, Report& report)
+/** A process that looks on for as long as the writers write. */
+class Onlooker
 {
-    onlooker.signal(SIGKILL);
-    if (onlooker.wait() != -SIGKILL)
+  public:
+    Onlooker(std::string what, int (*look)(Looks&)) :
+        name(std::move(what)), child([this, look] { return look(*looks); })
     {
-        report.loss(who + " saw what is not to be seen");
     }
-}
+
+    void finish(const std::string& who, Report& report)
+    {
+        child.signal(SIGKILL);
+        if (child.wait() != -SIGKILL)
+        {
+            report.loss(who + ": " + name + " saw what is not to be seen");
+        }
+        if (*looks < fewestLooks)
+        {
+            report.loss(who + ": " + name + " were kept waiting");
+        }
+        report.count(name, *looks);
+    }
+
+  private:
+    const std::string name;
+    const support::SharedMemory<Looks> looks;
+    Child child;
+};
 
 void processes(const Plan& plan, Size size, bool underSignals, Report& report)
 {
     const std::string who =
         underSignals ? "processes under signals" : "processes";
     startAnew();
-    Child reader(readOn);
-    Child holder(holdOn);
+    Onlooker readers("reads", readWaiting);
+    Onlooker freeReaders("reads without the lock", readOn);
+    Onlooker holders("locks of flock(1)", holdOn);
+    std::unique_ptr<Child> vandal;
+    if (plan.breaks("in-place"))
+    {
+        vandal = std::make_unique<Child>(writeInPlace);
+    }
     std::vector<std::unique_ptr<Child>> children;
     for (size_t writer = 0; writer < size.writers; ++writer)
     {
@@ -175,8 +228,10 @@ void processes(const Plan& plan, Size size, bool underSignals, Report& report)
             report.loss(who + ": a save was refused");
         }
     }
-    expectAlive(who + ": a reader without the lock", reader, report);
-    expectAlive(who + ": flock(1)", holder, report);
+    readers.finish(who, report);
+    freeReaders.finish(who, report);
+    holders.finish(who, report);
+    vandal.reset();
     expectAllSaved(who, size, report);
 }
 
@@ -215,9 +270,11 @@ bool lockIsFree()
 }
 
 /** What is started while a handle is open has nothing of it. */
-void forksAndExecs(size_t rounds, Report& report)
+void forksAndExecs(const Plan& plan, size_t rounds, Report& report)
 {
     startAnew();
+    const support::Descriptor inherited(
+        plan.breaks("inherited") ? ::open(stateFile, O_RDONLY) : -1);
     for (size_t round = 0; round < rounds; ++round)
     {
         json_config_t* const config = json_config_load(stateFile, stateLock, 0);
@@ -251,12 +308,12 @@ void forksAndExecs(size_t rounds, Report& report)
 
 void run(const Plan& plan, Report& report)
 {
-    const Size size = plan.quick ? Size{4, 50} : Size{8, 400};
+    const Size size = plan.quick ? Size{4, 100} : Size{8, 400};
     ::alarm(plan.quick ? patienceSeconds : 5 * patienceSeconds);
     processes(plan, size, false, report);
     processes(plan, size, true, report);
     threads(plan, size, report);
-    forksAndExecs(plan.quick ? 10 : 200, report);
+    forksAndExecs(plan, plan.quick ? 10 : 200, report);
     ::alarm(0);
 }
 
@@ -268,7 +325,7 @@ Experiment writers()
         .name = "writers",
         .claim =
             "many writers lose no update, and no reader sees a torn document",
-        .sabotages = {"no-lock"},
+        .sabotages = {"no-lock", "in-place", "inherited"},
         .run = run,
     };
 }
