@@ -56,8 +56,11 @@ std::string lookAtSlot(const std::string& slot)
 {
     static const Names images{
         {"1.0", image("1.0")}, {"1.5", image("1.5")}, {"2.0", image("2.0")}};
-    static const Names versions{
-        {"1.0", "1.0"}, {"1.5", "1.5"}, {"2.0", "2.0"}, {"empty", ""}};
+    static const Names versions{{"1.0", "1.0"},
+                                {"1.5", "1.5"},
+                                {"2.0", "2.0"},
+                                {"empty", ""},
+                                {"short", "2"}};
     const std::string content = lookAtFile(slot + "/firmware.tar", images);
     return (content.starts_with("torn") ? "torn" : content) + " as " +
            lookAtFile(slot + "/version", versions);
@@ -145,6 +148,7 @@ Operation backupOperation()
     const Outcome torn{"", backupState("none", "torn as 2.0")};
     const Outcome noVersion{"", backupState("none", "2.0 as none")};
     const Outcome emptyVersion{"", backupState("none", "2.0 as empty")};
+    const Outcome shortVersion{"", backupState("none", "2.0 as short")};
     const Outcome both{"", backupState("2.0", "2.0 as 2.0")};
     return {.name = "backup",
             .prepare = prepareBackup,
@@ -163,7 +167,8 @@ Operation backupOperation()
                      {"sendfile", 1, torn},
                      {"unlink", 1, both},
                      {"openat", 12, noVersion},
-                     {"write", 1, emptyVersion}},
+                     {"write", 1, emptyVersion},
+                     {"short write", 1, shortVersion}},
             // The image is whole in one place or the other.
             .interrupted = {nothing.files, both.files, noVersion.files,
                             emptyVersion.files, done.files,
@@ -238,7 +243,8 @@ Operation replacementOperation()
         {"sendfile", 1, torn},
         {"unlink", 2, both},
         {"openat", 12, {"", backupState("none", "2.0 as none")}},
-        {"write", 1, {"", backupState("none", "2.0 as empty")}}};
+        {"write", 1, {"", backupState("none", "2.0 as empty")}},
+        {"short write", 1, {"", backupState("none", "2.0 as short")}}};
     replacement.shortOfMemory = {mixed};
     for (const auto& outcome :
          {nothing, noVersion, Outcome{"", backupState("2.0", "none as none")}})

@@ -15,7 +15,8 @@ namespace
 
 using phosphor::software::updater::FwManager;
 
-/** Stands for a write that writes one byte alone. */
+/** Stands for a write that writes one byte alone; from then on all others
+ *  find the disk full. */
 constexpr int shortWrite = 0;
 
 /** Calls of the allocator and of locks within the process: their failures are
@@ -69,13 +70,17 @@ bool decide(Supervised& child, const SystemCall& call, const Plan& plan,
     {
         child.proceed();
     }
-    else if (fault.error == shortWrite)
+    else if (fault.error != shortWrite)
+    {
+        child.fail(fault.error);
+    }
+    else if (number == fault.call)
     {
         child.writeOneByte(call);
     }
     else
     {
-        child.fail(fault.error);
+        call.name == "write" ? child.fail(ENOSPC) : child.proceed();
     }
     return struck;
 }
@@ -107,16 +112,17 @@ Run runOnce(const Operation& operation, const Plan& plan, const Fault& fault)
     return run;
 }
 
-/** How the operation ends when this call fails. */
+/** How the operation ends when this call fails, or this write is short. */
 const Outcome& outcomeOf(const Operation& operation,
-                         const std::vector<std::string>& calls, size_t number)
+                         const std::vector<std::string>& calls, size_t number,
+                         const std::string& prefix = "")
 {
     const auto& name = calls[number];
     const auto occurrence = static_cast<size_t>(std::ranges::count(
         calls.begin(), calls.begin() + static_cast<long>(number) + 1, name));
     for (const auto& row : operation.rows)
     {
-        if (row.call == name &&
+        if (row.call == prefix + name &&
             (row.occurrence == 0 || row.occurrence == occurrence))
         {
             return row.outcome;
@@ -133,7 +139,12 @@ std::vector<Outcome> allowed(const Operation& operation,
     // Those that are made again when a signal interrupts them.
     static const std::set<std::string> repeated{"flock", "read", "write"};
     const bool isRepeated = repeated.contains(calls[fault.call]);
-    if (fault.error == shortWrite || (fault.error == EINTR && isRepeated))
+    const bool isShort = fault.error == shortWrite;
+    if (isShort && fault.fromThereOn)
+    {
+        return {outcomeOf(operation, calls, fault.call, "short ")};
+    }
+    if (isShort || (fault.error == EINTR && isRepeated))
     {
         return {operation.unharmed};
     }
@@ -192,6 +203,7 @@ class Examination
             if (whole.calls[call] == "write")
             {
                 strike(whole.calls, {call, shortWrite, false});
+                strike(whole.calls, {call, shortWrite, true});
             }
         }
     }
@@ -213,6 +225,10 @@ class Examination
                                        : ::strerrorname_np(fault.error)) +
             (fault.fromThereOn ? " and all after" : "");
         const Run after = runAfter(fault);
+        if (after.spoiled.empty() || after.spoiled.front() != calls[fault.call])
+        {
+            lose(what, "the fault did not happen");
+        }
         expect(allowed(operation, calls, fault), after, what);
         expectNothingLeft(after, what);
         for (const auto& wrong : faultsOfTheNext(operation))

@@ -116,6 +116,8 @@ std::string lookAtRelease()
                    {"new", "BUILD_DATE=\"today\"\nVERSION_ID=\"2.0\"\n"},
                    {"alone", "VERSION_ID=\"2.0\"\n"},
                    {"half", "BUILD_DATE=\"today\"\n"},
+                   {"a byte", "B"},
+                   {"half and a byte", "BUILD_DATE=\"today\"\nV"},
                    {"empty", ""}});
 }
 
@@ -196,7 +198,9 @@ std::vector<Operation> fileOperations()
                   {"read", 1, {"0", "alone"}},
                   {"openat", 2, {"0", "old"}},
                   {"write", 1, {"0", "empty"}},
-                  {"write", 2, {"0", "half"}}},
+                  {"write", 2, {"0", "half"}},
+                  {"short write", 1, {"0", "a byte"}},
+                  {"short write", 2, {"0", "half and a byte"}}},
          .interrupted = {"old", "empty", "half", "new"},
          .lasting = {{"0", "old"}},
          .repair = prepareRelease},

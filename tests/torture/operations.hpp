@@ -21,6 +21,7 @@ struct Outcome
 /** A system call whose failure does not end the operation as most do. */
 struct Row
 {
+    /** Or "short write", on a disk that is full from then on. */
     std::string_view call;
     /** Which of its calls of this name, from 1; 0 for all of them. */
     size_t occurrence;

@@ -2,6 +2,7 @@
 #include "files.hpp"
 #include "parts.hpp"
 #include "snapshot.hpp"
+#include "support/checked.hpp"
 #include "support/child.hpp"
 #include "support/files.hpp"
 
@@ -31,15 +32,16 @@ struct Directory
 {
     std::string_view name;
     unsigned int mode;
+    bool isOpen;
     /** What becomes of a save while somebody holds the lock, after another
      *  user has tried to remove the lock file. */
     std::string_view saveAfterRemoval;
 };
 
 constexpr std::array<Directory, 3> directories{{
-    {"directory of root's", 0755, waits},
-    {"directory open to all", 0777, saves},
-    {"sticky directory open to all", 01777, waits},
+    {"directory of root's", 0755, false, waits},
+    {"directory open to all", 0777, true, saves},
+    {"sticky directory open to all", 01777, true, waits},
 }};
 
 /** What another user puts there, as far as the kernel lets him. */
@@ -47,16 +49,18 @@ struct Plant
 {
     std::string_view name;
     void (*make)();
+    /** The status of root's save when it lies there. */
+    std::string_view save;
 };
 
 constexpr std::array<Plant, 6> plants{{
-    {"link", [] { fs::create_symlink(victim, lockFile); }},
+    {"link", [] { fs::create_symlink(victim, lockFile); }, "-1"},
     {"link to a new file",
-     [] { fs::create_symlink("/run/victim/new", lockFile); }},
-    {"hard link", [] { fs::create_hard_link(victim, lockFile); }},
-    {"FIFO", [] { ::mkfifo(lockFile, 0666); }},
-    {"directory", [] { fs::create_directory(lockFile); }},
-    {"file of his own", [] { support::writeFile(lockFile, "x"); }},
+     [] { fs::create_symlink("/run/victim/new", lockFile); }, "-1"},
+    {"hard link", [] { fs::create_hard_link(victim, lockFile); }, "0"},
+    {"FIFO", [] { support::checked(::mkfifo(lockFile, 0666), "mkfifo"); }, "0"},
+    {"directory", [] { fs::create_directory(lockFile); }, "-1"},
+    {"file of his own", [] { support::writeFile(lockFile, "x"); }, "0"},
 }};
 
 std::string saveAsRoot()
@@ -102,19 +106,22 @@ void plantIn(const Directory& directory, Report& report)
         install(directory);
         fs::remove(lockFile);
         const auto before = takeSnapshot({victimDirectory});
-        act(As::nobody, [&] {
+        const std::string refusal = act(As::nobody, [&] {
             each.make();
             return "";
         });
+        const bool planted = refusal.empty();
         const std::string what = "a " + std::string(each.name) + " in a " +
                                  std::string(directory.name);
-        if (const auto told = saveAsRoot(); told != "0" && told != "-1")
+        if (planted && !directory.isOpen)
         {
-            report.loss(what + ": " + told);
+            report.loss(what + ": planted");
         }
+        expect(report, what, saveAsRoot(), planted ? each.save : "0");
         expect(report, what,
                differences(before, takeSnapshot({victimDirectory})), "");
-        report.count("plants in lock directories");
+        report.count(planted ? "plants in lock directories"
+                             : "plants that the kernel refuses");
     }
 }
 
