@@ -36,6 +36,13 @@ void closeFiles()
     }
 }
 
+/** Where the image is not his either. */
+void installEverythingClosed()
+{
+    installEverything();
+    fs::permissions(incoming, fs::perms(0755));
+}
+
 struct Situation
 {
     std::string_view name;
@@ -43,7 +50,7 @@ struct Situation
 };
 
 constexpr std::array<Situation, 4> situations{{
-    {"files as installed", installEverything},
+    {"files as installed", installEverythingClosed},
     {"no files", removeEverything},
     {"closed directories", closeDirectories},
     {"closed files", closeFiles},
@@ -76,7 +83,7 @@ std::string judgeMount(FwManager& manager)
 constexpr auto denied = "threw Permission denied";
 
 // Without its files nothing is configured, so there is no backup area either.
-constexpr std::array<Row, 12> rows{{
+constexpr std::array<Row, 13> rows{{
     {"save", save, {"-1", "-1", "-1", "-1"}},
     {"delete", remove, {"-1", "-1", "-1", "-1"}},
     {"read", read, {"''", "''", denied, "''"}},
@@ -89,11 +96,27 @@ constexpr std::array<Row, 12> rows{{
      {"0 'old'", "-1 ''", "-1 ''", "-1 ''"}},
     {"set in the release file", setRelease, {"0", "0", "0", "0"}},
     {"write the release file", writeRelease, {"-1", "-1", "-1", "-1"}},
+    {"backup", backUp, {"image there", "image gone", denied, "image there"}},
     {"promotion", promote, {"", "", denied, ""}},
     {"versions of the backups",
      readBackups,
      {"2.0, 1.0", "before, before", denied, "before, before"}},
 }};
+
+/** The one thing that he changes, and it was his own. */
+void giveAnImageAway(As as, Report& report)
+{
+    installEverything();
+    const auto before = takeSnapshot({backupRoot});
+    const std::string told = act(as, [] {
+        FwManager manager("BMC");
+        return backUp(manager);
+    });
+    if (told != "image gone" || before != takeSnapshot({backupRoot}))
+    {
+        report.loss("an image of his own, unprivileged: " + told);
+    }
+}
 
 } // namespace
 
@@ -125,6 +148,7 @@ void actUnprivileged(const Plan& plan, Report& report)
             report.count("unprivileged operations");
         }
     }
+    giveAnImageAway(as, report);
 }
 
 } // namespace torture::access
