@@ -152,7 +152,7 @@ std::vector<Outcome> allowed(const Operation& operation,
     {
         return {outcomeOf(operation, calls, fault.call)};
     }
-    std::vector<Outcome> outcomes = operation.lasting;
+    std::vector<Outcome> outcomes;
     for (size_t number = fault.call; number < calls.size(); ++number)
     {
         const auto& outcome = outcomeOf(operation, calls, number);
@@ -165,7 +165,11 @@ std::vector<Outcome> allowed(const Operation& operation,
             }
         }
     }
-    outcomes.push_back(operation.unharmed);
+    if (outcomes.empty())
+    {
+        return {operation.unharmed};
+    }
+    std::ranges::copy(operation.lasting, std::back_inserter(outcomes));
     return outcomes;
 }
 
