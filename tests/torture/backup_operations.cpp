@@ -283,12 +283,12 @@ Operation arrivalOperation()
     arrival.prepare = prepareArrival;
     arrival.arrive = fillPendingSlot;
     arrival.repair = fillPendingSlot;
-    for (const auto* image : {"none", "torn", "2.0"})
+    for (const auto* content : {"none", "torn", "2.0"})
     {
         for (const auto* version : {"none", "empty", "2.0"})
         {
             arrival.interrupted.push_back(promotionState(
-                std::string(image) + " as " + version, "1.0 as 1.0"));
+                std::string(content) + " as " + version, "1.0 as 1.0"));
         }
     }
     return arrival;
