@@ -108,25 +108,33 @@ void list(const std::vector<Experiment>& chosen)
     }
 }
 
+void printHeader()
+{
+    std::cout << "experiment                      lost     s  figures"
+              << std::endl;
+}
+
+/** Runs it and prints its row of the table. */
 Report run(const Experiment& experiment, const Plan& plan)
 {
-    std::cout << experiment.name << ": " << experiment.claim
-              << (plan.sabotage.empty() ? "" : " - with " + plan.sabotage)
-              << std::endl;
     Report report;
     const auto start = std::chrono::steady_clock::now();
     experiment.run(plan, report);
     const std::chrono::duration<double> took =
         std::chrono::steady_clock::now() - start;
-    std::cout << "    " << report.figures() << "; " << report.losses().size()
-              << " lost; " << std::fixed << std::setprecision(1) << took.count()
-              << " s" << std::endl;
+    const auto name = std::string(experiment.name) +
+                      (plan.sabotage.empty() ? "" : ", " + plan.sabotage);
+    std::cout << std::left << std::setw(31) << name << std::right
+              << std::setw(5) << report.losses().size() << std::setw(6)
+              << std::fixed << std::setprecision(1) << took.count() << "  "
+              << report.figures() << std::endl;
     return report;
 }
 
 int torment(const Arguments& arguments)
 {
     size_t losses = 0;
+    printHeader();
     for (const auto& experiment : arguments.chosen)
     {
         losses += run(experiment, arguments.plan).losses().size();
@@ -140,6 +148,7 @@ int prove(const std::vector<Experiment>& chosen)
 {
     size_t noticed = 0;
     size_t missed = 0;
+    printHeader();
     for (const auto& experiment : chosen)
     {
         for (const auto& sabotage : experiment.sabotages)
