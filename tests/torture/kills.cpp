@@ -209,7 +209,7 @@ void killUnderLoad(const Plan& plan, Report& report)
 
 void run(const Plan& plan, Report& report)
 {
-    const int rounds = plan.quick ? 1 : 3;
+    const int rounds = plan.quick ? 1 : 10;
     for (int round = 0; round < rounds; ++round)
     {
         killAtEachCall(plan, report);
