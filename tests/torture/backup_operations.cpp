@@ -3,6 +3,8 @@
 #include "contents.hpp"
 #include "support/files.hpp"
 
+#include <algorithm>
+
 namespace torture
 {
 
@@ -137,48 +139,87 @@ std::string promotionState(const std::string& pending,
     return "verifying " + pending + ", verified " + confirmed;
 }
 
-Operation backupOperation()
+Outcome backedUp(const std::string& incomingImage, const std::string& slot)
 {
-    const Outcome done{"", backupState("none", "2.0 as 2.0")};
-    const Outcome nothing{"", backupState("2.0", "none as none")};
+    return {"", backupState(incomingImage, slot)};
+}
+
+/** The rows of a backup once the slot before is removed, which has taken so
+ *  many calls more of a name. */
+std::vector<Row> rowsAfterTheRemoval(size_t more)
+{
     // The image goes whatever became of its copy: a caller that cannot get it
     // again keeps one.
-    const Outcome noSlot{"", backupState("none", "none as none")};
-    const Outcome noImage{"", backupState("none", "none as 2.0")};
-    const Outcome torn{"", backupState("none", "torn as 2.0")};
-    const Outcome noVersion{"", backupState("none", "2.0 as none")};
-    const Outcome emptyVersion{"", backupState("none", "2.0 as empty")};
-    const Outcome shortVersion{"", backupState("none", "2.0 as short")};
-    const Outcome both{"", backupState("2.0", "2.0 as 2.0")};
-    return {.name = "backup",
-            .prepare = prepareBackup,
-            .run = backUp,
-            .look = lookAtBackup,
-            .unharmed = done,
-            .refused = done,
-            .rows = {{"newfstatat", 1, {fsError, nothing.files}},
-                     {"newfstatat", 4, noSlot},
-                     {"mkdir", 1, noSlot},
-                     {"newfstatat", 6, noImage},
-                     {"newfstatat", 7, noImage},
-                     {"openat", 4, noImage},
-                     {"openat", 5, noImage},
-                     {"fchmod", 1, torn},
-                     {"sendfile", 1, torn},
-                     {"unlink", 1, both},
-                     {"openat", 12, noVersion},
-                     {"write", 1, emptyVersion},
-                     {"short write", 1, shortVersion}},
-            // The image is whole in one place or the other.
-            .interrupted = {nothing.files, both.files, noVersion.files,
-                            emptyVersion.files, done.files,
-                            backupState("2.0", "torn as none"),
-                            backupState("2.0", "2.0 as none")},
-            .lasting = {nothing,
-                        {"", backupState("2.0", "torn as none")},
-                        {"", backupState("2.0", "2.0 as none")}},
-            .repair = receiveImage,
-            .disk = backup};
+    const Outcome noSlot = backedUp("none", "none as none");
+    const Outcome noImage = backedUp("none", "none as 2.0");
+    const Outcome torn = backedUp("none", "torn as 2.0");
+    return {{"newfstatat", 4 + more, noSlot},
+            {"mkdir", 1, noSlot},
+            {"newfstatat", 6 + more, noImage},
+            {"newfstatat", 7 + more, noImage},
+            {"openat", 4, noImage},
+            {"openat", 5, noImage},
+            {"fchmod", 1, torn},
+            {"sendfile", 1, torn},
+            {"unlink", 1 + more, backedUp("2.0", "2.0 as 2.0")},
+            {"openat", 12, backedUp("none", "2.0 as none")},
+            {"write", 1, backedUp("none", "2.0 as empty")},
+            {"short write", 1, backedUp("none", "2.0 as short")}};
+}
+
+Operation backupOperation()
+{
+    const Outcome done = backedUp("none", "2.0 as 2.0");
+    const Outcome nothing = backedUp("2.0", "none as none");
+    Operation operation{.name = "backup",
+                        .prepare = prepareBackup,
+                        .run = backUp,
+                        .look = lookAtBackup,
+                        .unharmed = done,
+                        .refused = done,
+                        .rows = rowsAfterTheRemoval(0),
+                        // The image is whole in one place or the other.
+                        .interrupted = {backupState("2.0", "2.0 as 2.0"),
+                                        backupState("none", "2.0 as none"),
+                                        backupState("none", "2.0 as empty"),
+                                        done.files},
+                        .lasting = {nothing, backedUp("2.0", "torn as none"),
+                                    backedUp("2.0", "2.0 as none")},
+                        .repair = receiveImage,
+                        .disk = backup};
+    operation.rows.push_back({"newfstatat", 1, {fsError, nothing.files}});
+    for (const auto& outcome : operation.lasting)
+    {
+        operation.interrupted.push_back(outcome.files);
+    }
+    return operation;
+}
+
+Operation replacementOperation()
+{
+    // The old image cannot be removed, and then not be overwritten: a caller
+    // compares what the slot holds with what it has.
+    const Outcome mixed = backedUp("none", "1.5 as 2.0");
+    const Outcome nothing = backedUp("2.0", "1.5 as 1.5");
+    Operation operation = backupOperation();
+    operation.name = "backup over a pending one";
+    operation.prepare = prepareReplacement;
+    operation.rows = rowsAfterTheRemoval(1);
+    std::ranges::copy(
+        std::initializer_list<Row>{{"newfstatat", 1, {fsError, nothing.files}},
+                                   {"openat", 3, mixed},
+                                   {"newfstatat", 4, mixed},
+                                   {"fcntl", 0, mixed},
+                                   {"getdents64", 1, mixed},
+                                   {"unlinkat", 2, mixed}},
+        std::back_inserter(operation.rows));
+    operation.shortOfMemory = {mixed};
+    for (const auto& outcome : {nothing, backedUp("2.0", "1.5 as none")})
+    {
+        operation.interrupted.push_back(outcome.files);
+        operation.lasting.push_back(outcome);
+    }
+    return operation;
 }
 
 Operation promotionOperation()
@@ -210,49 +251,6 @@ Operation promotionOperation()
             // A removal takes a failed allocation for a failure of its own.
             .shortOfMemory = {noVersion},
             .disk = backup};
-}
-
-Operation replacementOperation()
-{
-    Operation replacement = backupOperation();
-    const Outcome nothing{"", backupState("2.0", "1.5 as 1.5")};
-    const Outcome noVersion{"", backupState("2.0", "1.5 as none")};
-    const Outcome noSlot{"", backupState("none", "none as none")};
-    const Outcome noImage{"", backupState("none", "none as 2.0")};
-    const Outcome torn{"", backupState("none", "torn as 2.0")};
-    const Outcome both{"", backupState("2.0", "2.0 as 2.0")};
-    // The old image cannot be removed, and then not be overwritten: a caller
-    // compares what the slot holds with what it has.
-    const Outcome mixed{"", backupState("none", "1.5 as 2.0")};
-    replacement.name = "backup over a pending one";
-    replacement.prepare = prepareReplacement;
-    replacement.rows = {
-        {"newfstatat", 1, {fsError, nothing.files}},
-        {"openat", 3, mixed},
-        {"newfstatat", 4, mixed},
-        {"fcntl", 0, mixed},
-        {"getdents64", 1, mixed},
-        {"unlinkat", 2, mixed},
-        {"newfstatat", 5, noSlot},
-        {"mkdir", 1, noSlot},
-        {"newfstatat", 7, noImage},
-        {"newfstatat", 8, noImage},
-        {"openat", 4, noImage},
-        {"openat", 5, noImage},
-        {"fchmod", 1, torn},
-        {"sendfile", 1, torn},
-        {"unlink", 2, both},
-        {"openat", 12, {"", backupState("none", "2.0 as none")}},
-        {"write", 1, {"", backupState("none", "2.0 as empty")}},
-        {"short write", 1, {"", backupState("none", "2.0 as short")}}};
-    replacement.shortOfMemory = {mixed};
-    for (const auto& outcome :
-         {nothing, noVersion, Outcome{"", backupState("2.0", "none as none")}})
-    {
-        replacement.interrupted.push_back(outcome.files);
-        replacement.lasting.push_back(outcome);
-    }
-    return replacement;
 }
 
 Operation firstPromotionOperation()
