@@ -1,4 +1,5 @@
 #include "experiments.hpp"
+#include "onlooker.hpp"
 #include "supervised.hpp"
 #include "support/child.hpp"
 #include "support/descriptor.hpp"
@@ -33,9 +34,6 @@ constexpr auto stateLock = "/run/lock/firmware/version.lock";
 // A lock that nobody frees ends the whole run.
 constexpr unsigned patienceSeconds = 120;
 
-// Fewer mean that somebody was kept waiting for ever.
-constexpr size_t fewestLooks = 3;
-
 constexpr int good = 0;
 constexpr int bad = 1;
 
@@ -65,63 +63,6 @@ int write(size_t writer, size_t saves)
         }
     }
     return good;
-}
-
-/** How often somebody looked, in memory that survives it. */
-using Looks = std::atomic<size_t>;
-
-/** Reads without the lock, until it is killed or finds no whole document. */
-int readOn(Looks& looks)
-{
-    for (;; ++looks)
-    {
-        const std::unique_ptr<json_config_t, decltype(&json_config_release)>
-            config(json_config_load(stateFile, nullptr, 0),
-                   &json_config_release);
-        std::array<char, 256> value{};
-        if (config == nullptr ||
-            json_config_get_string(config.get(), "BMC", "shared", value.data(),
-                                   value.size()) != 0)
-        {
-            return bad;
-        }
-    }
-}
-
-/** While flock(1) holds the lock nobody changes the file, until it does. */
-int holdOn(Looks& looks)
-{
-    constexpr auto compareTwice =
-        "before=$(cksum \"$1\"); read -r _ < /proc/uptime; "
-        "after=$(cksum \"$1\"); [ \"$before\" = \"$after\" ]";
-    for (;; ++looks)
-    {
-        const auto outcome = support::run(
-            {"flock", stateLock, "sh", "-c", compareTwice, "sh", stateFile});
-        if (outcome.status != 0)
-        {
-            return bad;
-        }
-    }
-}
-
-/** Reads with the lock, as the library does, what is always there. */
-int readWaiting(Looks& looks)
-{
-    FwManager manager("BMC");
-    for (; !manager.getVersionStringFromInfo("shared").empty(); ++looks)
-    {
-    }
-    return bad;
-}
-
-/** Writes the document as nobody should: in place, without the lock. */
-int writeInPlace()
-{
-    while (true)
-    {
-        support::writeFile(stateFile, support::readFile(stateFile));
-    }
 }
 
 /** From now on a signal comes every so often, and interrupts what waits. */
@@ -164,42 +105,13 @@ void expectAllSaved(const std::string& who, const Size& size, Report& report)
     }
 }
 
-/** A process that looks on for as long as the writers write. */
-class Onlooker
-{
-  public:
-    Onlooker(std::string what, int (*look)(Looks&)) :
-        name(std::move(what)), child([this, look] { return look(*looks); })
-    {
-    }
-
-    void finish(const std::string& who, Report& report)
-    {
-        child.signal(SIGKILL);
-        if (child.wait() != -SIGKILL)
-        {
-            report.loss(who + ": " + name + " saw what is not to be seen");
-        }
-        if (*looks < fewestLooks)
-        {
-            report.loss(who + ": " + name + " were kept waiting");
-        }
-        report.count(name, *looks);
-    }
-
-  private:
-    const std::string name;
-    const support::SharedMemory<Looks> looks;
-    Child child;
-};
-
 void processes(const Plan& plan, Size size, bool underSignals, Report& report)
 {
     const std::string who =
         underSignals ? "processes under signals" : "processes";
     startAnew();
-    Onlooker readers("reads", readWaiting);
-    Onlooker freeReaders("reads without the lock", readOn);
+    Onlooker readers("reads", readOn);
+    Onlooker freeReaders("reads without the lock", readFreely);
     Onlooker holders("locks of flock(1)", holdOn);
     std::unique_ptr<Child> vandal;
     if (plan.breaks("in-place"))
