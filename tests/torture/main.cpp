@@ -134,13 +134,23 @@ Report run(const Experiment& experiment, const Plan& plan)
 int torment(const Arguments& arguments)
 {
     size_t losses = 0;
+    bool allRun = true;
     printHeader();
     for (const auto& experiment : arguments.chosen)
     {
-        losses += run(experiment, arguments.plan).losses().size();
+        try
+        {
+            losses += run(experiment, arguments.plan).losses().size();
+        }
+        catch (const std::exception& e)
+        {
+            allRun = false;
+            std::cout << experiment.name << " cannot be run: " << e.what()
+                      << std::endl;
+        }
     }
     std::cout << losses << " lost" << std::endl;
-    return losses == 0 ? held : lost;
+    return losses > 0 ? lost : allRun ? held : notRun;
 }
 
 /** Each experiment with each of its mechanisms broken, one at a time. */
