@@ -1,18 +1,16 @@
 #include "experiments.hpp"
 #include "interruption.hpp"
 #include "supervised.hpp"
-#include "support/checked.hpp"
 #include "support/child.hpp"
-#include "support/files.hpp"
 #include "support/shared_memory.hpp"
 
-#include <poll.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <array>
 #include <atomic>
 #include <csignal>
+#include <ctime>
+#include <filesystem>
 #include <memory>
 #include <random>
 

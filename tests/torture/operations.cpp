@@ -11,7 +11,6 @@
 #include <algorithm>
 #include <exception>
 #include <filesystem>
-#include <map>
 
 namespace torture
 {

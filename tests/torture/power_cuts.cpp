@@ -3,9 +3,9 @@
 #include "interruption.hpp"
 #include "support/files.hpp"
 
-#include <algorithm>
-#include <array>
+#include <filesystem>
 #include <random>
+#include <string>
 
 namespace torture
 {

@@ -3,8 +3,6 @@
 #include "supervised.hpp"
 #include "support/child.hpp"
 #include "support/descriptor.hpp"
-#include "support/files.hpp"
-#include "support/shared_memory.hpp"
 
 #include <libfenmarch.hpp>
 #include <libostrel.h>
@@ -16,7 +14,6 @@
 #include <atomic>
 #include <csignal>
 #include <filesystem>
-#include <functional>
 #include <memory>
 #include <thread>
 
