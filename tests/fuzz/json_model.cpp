@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
-#include <cstdint>
 #include <cstdlib>
 #include <set>
 
@@ -187,6 +186,7 @@ class Reader
         const bool good =
             take("true") || take("false") || take("null") || readNumber();
         const auto word = input.substr(start, next - start);
+        // The parser tells the value of an integer alone.
         content += word == "-0" ? "0" : word;
         return good;
     }

@@ -50,7 +50,7 @@ class Sections : public std::vector<Section>
     void remove(std::string_view section, std::string_view key);
 };
 
-/** Reads a text that is not empty. @return nothing where it is no document */
+/** @return nothing where the text is no document */
 std::optional<Sections> readModel(std::string_view text);
 
 bool isUtf8(std::string_view text);

@@ -12,6 +12,12 @@ namespace
 
 using namespace phosphor::software::updater;
 
+#ifdef __SANITIZE_ADDRESS__
+constexpr bool sanitized = true;
+#else
+constexpr bool sanitized = false;
+#endif
+
 /** The calls of an operation in their order, without the allocator's and the
  *  sanitizer's. */
 class SystemCalls : public support::LibraryTest
@@ -100,7 +106,8 @@ class SystemCalls : public support::LibraryTest
         {
             // Whether memory can be read, UBSan finds out with pipe2, write,
             // close and close.
-            ofSanitizer = line.starts_with("pipe2(") ? 4 : ofSanitizer;
+            ofSanitizer =
+                sanitized && line.starts_with("pipe2(") ? 4 : ofSanitizer;
             if (ofSanitizer > 0)
             {
                 --ofSanitizer;

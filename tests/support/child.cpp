@@ -4,6 +4,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -88,6 +89,7 @@ Child::Child(const std::function<int()>& work) : pid(checked(::fork(), "fork"))
 {
     if (pid == 0)
     {
+        ::prctl(PR_SET_PDEATHSIG, SIGKILL);
         int status = exceptionStatus;
         try
         {

@@ -25,7 +25,8 @@ Outcome run(const std::vector<std::string>& command,
 
 /**
  * A forked child that runs a function and exits with its result, 125 for an
- * exception. Killed at the end if it still runs.
+ * exception. Killed at the end if it still runs, and when the thread that made
+ * it ends.
  */
 class Child
 {

@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <new>
 #include <system_error>
+#include <type_traits>
 
 namespace support
 {
@@ -20,6 +21,7 @@ class SharedMemory
 
     ~SharedMemory()
     {
+        static_assert(std::is_trivially_destructible_v<Value>);
         ::munmap(value, sizeof(Value));
     }
 

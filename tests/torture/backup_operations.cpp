@@ -4,6 +4,7 @@
 #include "support/files.hpp"
 
 #include <algorithm>
+#include <iterator>
 
 namespace torture
 {

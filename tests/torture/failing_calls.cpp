@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <iterator>
 #include <set>
 
 namespace torture
@@ -78,9 +79,14 @@ bool decide(Supervised& child, const SystemCall& call, const Plan& plan,
     {
         child.writeOneByte(call);
     }
+    else if (call.name == "write")
+    {
+        child.fail(ENOSPC);
+    }
     else
     {
-        call.name == "write" ? child.fail(ENOSPC) : child.proceed();
+        child.proceed();
+        return false;
     }
     return struck;
 }

@@ -1,6 +1,7 @@
 #include "interruption.hpp"
 
 #include <algorithm>
+#include <iterator>
 
 namespace torture
 {
@@ -34,6 +35,10 @@ std::vector<std::string> faultsAfter(const Operation& operation,
 {
     std::vector<std::string> faults;
     const auto& told = interruption.told;
+    if (!told && !interruption.call)
+    {
+        faults.emplace_back("died by itself");
+    }
     const std::string files = operation.look();
     const bool good = told ? Outcome{*told, files} == operation.unharmed
                            : std::ranges::find(operation.interrupted, files) !=

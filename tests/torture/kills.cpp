@@ -1,10 +1,9 @@
+#include "deadline.hpp"
 #include "experiments.hpp"
 #include "interruption.hpp"
 #include "supervised.hpp"
 #include "support/child.hpp"
 #include "support/shared_memory.hpp"
-
-#include <unistd.h>
 
 #include <array>
 #include <atomic>
@@ -198,10 +197,9 @@ void killUnderLoad(const Plan& plan, Report& report)
     LoadedWriters load(plan, report);
     for (size_t time = 0; time < times; ++time)
     {
-        ::alarm(patienceSeconds);
+        const Deadline deadline(patienceSeconds);
         load.killOne();
     }
-    ::alarm(0);
     report.count("saves acknowledged", load.saves());
 }
 

@@ -115,9 +115,8 @@ void printHeader()
 }
 
 /** Runs it and prints its row of the table. */
-Report run(const Experiment& experiment, const Plan& plan)
+void run(const Experiment& experiment, const Plan& plan, Report& report)
 {
-    Report report;
     const auto start = std::chrono::steady_clock::now();
     experiment.run(plan, report);
     const std::chrono::duration<double> took =
@@ -128,7 +127,6 @@ Report run(const Experiment& experiment, const Plan& plan)
               << std::setw(5) << report.losses().size() << std::setw(6)
               << std::fixed << std::setprecision(1) << took.count() << "  "
               << report.figures() << std::endl;
-    return report;
 }
 
 int torment(const Arguments& arguments)
@@ -138,9 +136,10 @@ int torment(const Arguments& arguments)
     printHeader();
     for (const auto& experiment : arguments.chosen)
     {
+        Report report;
         try
         {
-            losses += run(experiment, arguments.plan).losses().size();
+            run(experiment, arguments.plan, report);
         }
         catch (const std::exception& e)
         {
@@ -148,6 +147,7 @@ int torment(const Arguments& arguments)
             std::cout << experiment.name << " cannot be run: " << e.what()
                       << std::endl;
         }
+        losses += report.losses().size();
     }
     std::cout << losses << " lost" << std::endl;
     return losses > 0 ? lost : allRun ? held : notRun;
@@ -163,8 +163,9 @@ int prove(const std::vector<Experiment>& chosen)
     {
         for (const auto& sabotage : experiment.sabotages)
         {
-            const auto report = run(
-                experiment, {.quick = true, .sabotage = std::string(sabotage)});
+            Report report;
+            run(experiment, {.quick = true, .sabotage = std::string(sabotage)},
+                report);
             ++(report.losses().empty() ? missed : noticed);
         }
     }

@@ -11,6 +11,8 @@
 #include <algorithm>
 #include <array>
 #include <filesystem>
+#include <iterator>
+#include <stdexcept>
 
 namespace torture
 {
@@ -53,12 +55,12 @@ long openDescriptors()
                          {});
 }
 
-/** Held until the process ends. */
-void keepTheLock()
+/** Open until the process ends. */
+int lockDescriptor()
 {
     static const support::Descriptor lock(::open(
         "/run/lock/firmware/version.lock", O_RDONLY | O_CREAT | O_CLOEXEC, 0));
-    ::flock(lock.get(), LOCK_EX | LOCK_NB);
+    return lock.get();
 }
 
 class Shortage
@@ -67,7 +69,11 @@ class Shortage
     Shortage(const Operation& examined, const Plan& how, Report& to) :
         operation(examined), plan(how), report(to)
     {
-        attempt(SIZE_MAX - 1, false);
+        if (attempt(SIZE_MAX - 1, false) != 0)
+        {
+            throw std::runtime_error(std::string(operation.name) +
+                                     " died by itself");
+        }
         keptBlocks = seen->blocksLeft;
     }
 
@@ -93,6 +99,10 @@ class Shortage
         *seen = {};
         FwManager manager("BMC");
         support::Child child([&] {
+            if (plan.breaks("kept-lock"))
+            {
+                lockDescriptor();
+            }
             const long descriptors = openDescriptors();
             const size_t blocks = allocations::blocks();
             allocations::failAfter(number, fromThereOn);
@@ -141,7 +151,7 @@ class Shortage
         }
         if (plan.breaks("kept-lock"))
         {
-            keepTheLock();
+            ::flock(lockDescriptor(), LOCK_EX | LOCK_NB);
         }
         if (plan.breaks("swallowed-failure"))
         {
@@ -174,7 +184,7 @@ class Shortage
         {
             lose(where, fault);
         }
-        return true;
+        return status == 0;
     }
 
     void expectNothingLeft(const std::string& where)

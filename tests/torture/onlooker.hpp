@@ -33,7 +33,8 @@ class Onlooker
   public:
     Onlooker(std::string what, int (*look)(Looks&));
 
-    /** Ends it; a loss is what it saw, and that it hardly got its turn. */
+    /** Ends it once it has got its turns. A loss is what it saw, and that it
+     *  did not get them. */
     void finish(const std::string& who, Report& report);
 
   private:

@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <exception>
 #include <filesystem>
+#include <iterator>
 
 namespace torture
 {

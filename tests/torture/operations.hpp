@@ -46,8 +46,8 @@ struct Operation
     std::vector<Row> rows = {};
     /** What the files may hold when it is interrupted for good. */
     std::vector<std::string> interrupted = {};
-    /** How it may end when all calls fail from one on; when empty, the first
-     *  that does not leave it unharmed decides. */
+    /** How it may end when all calls fail from one on, besides as the rows of
+     *  these calls say; when empty, the first that harms it decides. */
     std::vector<Outcome> lasting = {};
     /** How it may end when memory runs out, where that is not told. */
     std::vector<Outcome> shortOfMemory = {};

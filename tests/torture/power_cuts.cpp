@@ -107,10 +107,11 @@ void run(const Plan& plan, Report& report)
     {
         for (const char* options : {"", "noauto_da_alloc"})
         {
+            Cuts cuts(operation, options, plan, report);
             for (int round = 0; operation.disk != nullptr && round < rounds;
                  ++round)
             {
-                Cuts(operation, options, plan, report).run(disk);
+                cuts.run(disk);
             }
         }
     }

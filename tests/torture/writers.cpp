@@ -1,3 +1,4 @@
+#include "deadline.hpp"
 #include "experiments.hpp"
 #include "onlooker.hpp"
 #include "supervised.hpp"
@@ -8,7 +9,6 @@
 #include <libostrel.h>
 
 #include <fcntl.h>
-#include <unistd.h>
 
 #include <array>
 #include <atomic>
@@ -173,7 +173,7 @@ void threads(const Plan& plan, Size size, Report& report)
     expectAllSaved("threads", size, report);
 }
 
-bool lockIsFree()
+bool flockFindsItFree()
 {
     return support::run({"flock", "--nonblock", stateLock, "true"}).status == 0;
 }
@@ -187,7 +187,7 @@ void forksAndExecs(const Plan& plan, size_t rounds, Report& report)
     for (size_t round = 0; round < rounds; ++round)
     {
         json_config_t* const config = json_config_load(stateFile, stateLock, 0);
-        if (lockIsFree())
+        if (flockFindsItFree())
         {
             report.loss("an open handle has no lock");
         }
@@ -205,7 +205,7 @@ void forksAndExecs(const Plan& plan, size_t rounds, Report& report)
         {
             report.loss("a descriptor is inherited over exec");
         }
-        if (!lockIsFree())
+        if (!flockFindsItFree())
         {
             report.loss("a forked child keeps the lock");
         }
@@ -218,12 +218,11 @@ void forksAndExecs(const Plan& plan, size_t rounds, Report& report)
 void run(const Plan& plan, Report& report)
 {
     const Size size = plan.quick ? Size{4, 100} : Size{8, 400};
-    ::alarm(plan.quick ? patienceSeconds : 5 * patienceSeconds);
+    const Deadline deadline(plan.quick ? patienceSeconds : 5 * patienceSeconds);
     processes(plan, size, false, report);
     processes(plan, size, true, report);
     threads(plan, size, report);
     forksAndExecs(plan, plan.quick ? 10 : 200, report);
-    ::alarm(0);
 }
 
 } // namespace

@@ -12,7 +12,6 @@
 
 #include <array>
 #include <chrono>
-#include <csignal>
 #include <system_error>
 
 namespace torture::access

@@ -8,7 +8,6 @@
 
 #include <fcntl.h>
 
-#include <array>
 #include <map>
 
 namespace torture::access

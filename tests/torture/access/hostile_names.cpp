@@ -6,7 +6,6 @@
 #include <libostrel.h>
 
 #include <array>
-#include <filesystem>
 
 namespace torture::access
 {

@@ -10,6 +10,7 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
@@ -51,6 +52,9 @@ struct Plant
     void (*make)();
     /** The status of root's save when it lies there. */
     std::string_view save;
+    /** The setting of the kernel that refuses root to open it in a sticky
+     *  directory; empty for none. */
+    std::string_view guard = "";
 };
 
 constexpr std::array<Plant, 6> plants{{
@@ -58,9 +62,11 @@ constexpr std::array<Plant, 6> plants{{
     {"link to a new file",
      [] { fs::create_symlink("/run/victim/new", lockFile); }, "-1"},
     {"hard link", [] { fs::create_hard_link(victim, lockFile); }, "0"},
-    {"FIFO", [] { support::checked(::mkfifo(lockFile, 0666), "mkfifo"); }, "0"},
+    {"FIFO", [] { support::checked(::mkfifo(lockFile, 0666), "mkfifo"); }, "0",
+     "protected_fifos"},
     {"directory", [] { fs::create_directory(lockFile); }, "-1"},
-    {"file of his own", [] { support::writeFile(lockFile, "x"); }, "0"},
+    {"file of his own", [] { support::writeFile(lockFile, "x"); }, "0",
+     "protected_regular"},
 }};
 
 std::string saveAsRoot()
@@ -99,6 +105,27 @@ void expect(Report& report, const std::string& what, const std::string& is,
     }
 }
 
+bool isOn(std::string_view setting)
+{
+    return !setting.empty() &&
+           support::readFile("/proc/sys/fs/" + std::string(setting)) != "0\n";
+}
+
+/** Whether the kernel lets another user plant it there. */
+bool canBePlanted(const Plant& plant, const Directory& directory)
+{
+    return directory.isOpen &&
+           (plant.name != "hard link" || !isOn("protected_hardlinks"));
+}
+
+std::string_view saveBeside(const Plant& plant, const Directory& directory)
+{
+    const bool isSticky = (directory.mode & S_ISVTX) != 0;
+    return !canBePlanted(plant, directory) ? "0"
+           : isSticky && isOn(plant.guard) ? "-1"
+                                           : plant.save;
+}
+
 void plantIn(const Directory& directory, Report& report)
 {
     for (const auto& each : plants)
@@ -106,18 +133,18 @@ void plantIn(const Directory& directory, Report& report)
         install(directory);
         fs::remove(lockFile);
         const auto before = takeSnapshot({victimDirectory});
-        const std::string refusal = act(As::nobody, [&] {
+        act(As::nobody, [&] {
             each.make();
             return "";
         });
-        const bool planted = refusal.empty();
+        const bool planted = fs::exists(fs::symlink_status(lockFile));
         const std::string what = "a " + std::string(each.name) + " in a " +
                                  std::string(directory.name);
-        if (planted && !directory.isOpen)
+        if (planted != canBePlanted(each, directory))
         {
-            report.loss(what + ": planted");
+            report.loss(what + (planted ? ": planted" : ": not planted"));
         }
-        expect(report, what, saveAsRoot(), planted ? each.save : "0");
+        expect(report, what, saveAsRoot(), saveBeside(each, directory));
         expect(report, what,
                differences(before, takeSnapshot({victimDirectory})), "");
         report.count(planted ? "plants in lock directories"
