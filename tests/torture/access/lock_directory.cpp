@@ -54,7 +54,7 @@ struct Plant
     std::string_view save;
     /** The setting of the kernel that refuses root to open it in a sticky
      *  directory; empty for none. */
-    std::string_view guard = "";
+    std::string_view guard = {};
 };
 
 constexpr std::array<Plant, 6> plants{{
