@@ -15,7 +15,7 @@ template <typename Value>
 class SharedMemory
 {
   public:
-    SharedMemory() : value(new (map()) Value{})
+    SharedMemory() : value(new(map()) Value{})
     {
     }
 
