@@ -1,6 +1,6 @@
 #pragma once
 
-#include "descriptor.hpp"
+#include "../posix/descriptor.hpp"
 
 #include <filesystem>
 
@@ -29,6 +29,7 @@ void createDirectories(const std::filesystem::path& directory, Lasting lasting);
  *
  * @throws std::system_error
  */
-[[nodiscard]] Descriptor openDirectory(const std::filesystem::path& directory);
+[[nodiscard]] posix::Descriptor
+openDirectory(const std::filesystem::path& directory);
 
 } // namespace ostrel

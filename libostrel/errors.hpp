@@ -1,5 +1,7 @@
 #pragma once
 
+#include "../posix/cancellation.hpp"
+
 #include <cerrno>
 #include <exception>
 #include <new>
@@ -54,11 +56,13 @@ inline int currentError() noexcept
 
 /**
  * The one boundary between exceptions and C: runs an operation, and turns an
- * exception into errno and the given result.
+ * exception into errno and the given result. A cancellation of the thread is
+ * held off: its unwinding is an exception that must not end here.
  */
 template <typename Result, typename Operation>
 Result guarded(Result failure, Operation operation) noexcept
 {
+    const posix::CancellationHeldOff held;
     try
     {
         return operation();

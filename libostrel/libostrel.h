@@ -17,6 +17,9 @@
  * None of them logs, starts a thread, keeps state between calls or lets a C++
  * exception out. A handle is used by one thread at a time.
  *
+ * pthread_cancel() is held off for the length of each call, so a thread that
+ * waits for the lock cannot be cancelled.
+ *
  * Beside the values listed with each function, errno is ENOMEM when memory
  * runs out, and else what the system call that failed has set.
  */

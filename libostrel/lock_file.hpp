@@ -1,6 +1,6 @@
 #pragma once
 
-#include "descriptor.hpp"
+#include "../posix/descriptor.hpp"
 
 #include <filesystem>
 
@@ -22,7 +22,7 @@ class LockFile
     LockFile(LockFile&&) = delete;
 
   private:
-    Descriptor file;
+    posix::Descriptor file;
 };
 
 } // namespace ostrel

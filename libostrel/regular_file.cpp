@@ -1,6 +1,7 @@
 #include "regular_file.hpp"
 
-#include "descriptor.hpp"
+#include "../posix/descriptor.hpp"
+#include "../posix/transfer.hpp"
 #include "errors.hpp"
 
 #include <fcntl.h>
@@ -17,12 +18,13 @@ namespace
 
 size_t sizeOfRegularFile(int file)
 {
-    struct stat status = {};
-    check(::fstat(file, &status));
-    require(!S_ISDIR(status.st_mode), EISDIR);
-    require(S_ISREG(status.st_mode), ENOTSUP);
-    require(std::in_range<size_t>(status.st_size), EFBIG);
-    return static_cast<size_t>(status.st_size);
+    // Not by fstat(2), which fails where a time does not fit into time_t.
+    struct statx status = {};
+    check(::statx(file, "", AT_EMPTY_PATH, STATX_TYPE | STATX_SIZE, &status));
+    require(!S_ISDIR(status.stx_mode), EISDIR);
+    require(S_ISREG(status.stx_mode), ENOTSUP);
+    require(std::in_range<size_t>(status.stx_size), EFBIG);
+    return static_cast<size_t>(status.stx_size);
 }
 
 } // namespace
@@ -36,19 +38,15 @@ std::optional<std::string> readRegularFile(const std::string& path)
     {
         return std::nullopt;
     }
-    const Descriptor file(check(opened));
+    const posix::Descriptor file(check(opened));
 
     std::string content(sizeOfRegularFile(file.get()), '\0');
     size_t length = 0;
     while (length < content.size())
     {
-        const ssize_t got = ::read(file.get(), content.data() + length,
-                                   content.size() - length);
-        if (got == -1)
-        {
-            require(errno == EINTR, errno);
-            continue;
-        }
+        const ssize_t got = posix::readSome(file.get(), content.data() + length,
+                                            content.size() - length);
+        require(got != -1, errno);
         if (got == 0)
         {
             break;

@@ -1,5 +1,6 @@
 #include "staged_file.hpp"
 
+#include "../posix/transfer.hpp"
 #include "directories.hpp"
 #include "errors.hpp"
 
@@ -7,6 +8,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
+#include <climits>
 #include <cstdio>
 #include <optional>
 
@@ -22,6 +25,23 @@ constexpr mode_t newFileMode = 0644;
 constexpr mode_t ownerOnlyMode = 0600;
 constexpr mode_t permissionBits = 07777;
 
+/** Where a symbolic link leads; nothing when there is no link. Not by
+ *  std::filesystem, which reads the times of the link first: where they do not
+ *  fit into its time_t (a date after 2038 in 32 bits), it fails. */
+std::optional<fs::path> targetOf(const fs::path& link)
+{
+    std::array<char, PATH_MAX> target{};
+    const ssize_t length =
+        ::readlink(link.c_str(), target.data(), target.size());
+    if (length == -1)
+    {
+        // Nothing else shows that the file is no link.
+        require(errno == EINVAL || errno == ENOENT, errno);
+        return std::nullopt;
+    }
+    return fs::path(target.data(), target.data() + length);
+}
+
 /** The file that a chain of symbolic links ends at, existing or not. */
 fs::path followLinks(fs::path file)
 {
@@ -29,22 +49,17 @@ fs::path followLinks(fs::path file)
     constexpr int mostLinks = 40;
     for (int links = 0; links <= mostLinks; ++links)
     {
-        std::error_code error;
-        const fs::path target = fs::read_symlink(file, error);
-        if (error)
+        const auto target = targetOf(file);
+        if (!target)
         {
-            // Nothing else shows that the file is no link.
-            require(error == std::errc::invalid_argument ||
-                        error == std::errc::no_such_file_or_directory,
-                    error.value());
             return file;
         }
-        file = file.parent_path() / target;
+        file = file.parent_path() / *target;
     }
     fail(ELOOP);
 }
 
-Descriptor openOrCreateDirectory(const fs::path& path)
+posix::Descriptor openOrCreateDirectory(const fs::path& path)
 {
     try
     {
@@ -81,20 +96,6 @@ void keepModeAndOwner(int file, const struct statx& old)
     check(::fchmod(file, old.stx_mode & permissionBits));
 }
 
-void writeAll(int file, std::string_view content)
-{
-    while (!content.empty())
-    {
-        const ssize_t written = ::write(file, content.data(), content.size());
-        if (written == -1)
-        {
-            require(errno == EINTR, errno);
-            continue;
-        }
-        content.remove_prefix(static_cast<size_t>(written));
-    }
-}
-
 } // namespace
 
 StagedFile::StagedFile(const fs::path& file, std::string_view content) :
@@ -127,7 +128,7 @@ void StagedFile::write(std::string_view content) const
     // One that a crash left behind; removed instead of opened, so that a link
     // planted in its place is not followed.
     ::unlinkat(directory.get(), temporaryName.c_str(), 0);
-    const Descriptor file(
+    const posix::Descriptor file(
         check(::openat(directory.get(), temporaryName.c_str(),
                        O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC,
                        old ? ownerOnlyMode : newFileMode)));
@@ -135,7 +136,10 @@ void StagedFile::write(std::string_view content) const
     {
         keepModeAndOwner(file.get(), *old);
     }
-    writeAll(file.get(), content);
+    if (!posix::writeAll(file.get(), content))
+    {
+        fail(errno);
+    }
     check(::fsync(file.get()));
 }
 

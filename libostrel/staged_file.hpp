@@ -1,6 +1,6 @@
 #pragma once
 
-#include "descriptor.hpp"
+#include "../posix/descriptor.hpp"
 
 #include <filesystem>
 #include <string>
@@ -47,7 +47,7 @@ class StagedFile
 
     std::string name;
     std::string temporaryName;
-    Descriptor directory;
+    posix::Descriptor directory;
     bool placed = false;
 };
 

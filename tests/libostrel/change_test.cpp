@@ -546,6 +546,20 @@ TEST_F(Staging, CreatesTheTargetOfADanglingLink)
     EXPECT_EQ(support::readFile(scratch.path / "data" / "real.json"), oldText);
 }
 
+TEST_F(Staging, ReplacesAFileFromBeyondTheTimesOf32Bits)
+{
+    support::writeFile(scratch.path / "real.json", R"({"a":{"b":"old"}})");
+    create_directory(directory);
+    create_symlink("../real.json", document);
+    for (const auto& path : {scratch.path / "real.json", document, directory})
+    {
+        support::setYear2040(path);
+    }
+    EXPECT_EQ(set("a", "b", "new"), std::pair(0, 0));
+    EXPECT_EQ(get(loadReadOnly(), "a", "b"), "new");
+    EXPECT_TRUE(S_ISLNK(support::statusOf(document).st_mode));
+}
+
 TEST_F(Staging, LoopOfLinksGivesNoHandle)
 {
     create_directories(directory);

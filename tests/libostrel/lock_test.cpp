@@ -1,4 +1,5 @@
 #include "store_test.hpp"
+#include "support/cancelled.hpp"
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -293,6 +294,21 @@ TEST_F(Writers, InTwoThreadsLoseNoChange)
     EXPECT_EQ(first.get(), 0);
     EXPECT_EQ(second.get(), 0);
     expectAllChanges();
+}
+
+TEST_F(Lock, CancelledThreadEndsAfterItsTransaction)
+{
+    const auto outcome = support::runCancelled([&] {
+        Handle config = load();
+        EXPECT_EQ(json_config_set_string(config.get(), "a", "b", "c"), 0);
+        EXPECT_EQ(get(config, "a", "b"), "c");
+        EXPECT_EQ(json_config_delete_item(config.get(), "a", "x"), -1);
+        EXPECT_EQ(json_config_release(config.release()), 0);
+    });
+    EXPECT_TRUE(outcome.workDone);
+    EXPECT_TRUE(outcome.threadCancelled);
+    EXPECT_TRUE(lockIsFree());
+    EXPECT_EQ(get(loadReadOnly(), "a", "b"), "c");
 }
 
 } // namespace

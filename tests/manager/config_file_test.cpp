@@ -203,6 +203,13 @@ TEST_F(ConfigFile, FileThatCannotBeLookedForIsLookedForAgain)
     expectFull(manager);
 }
 
+TEST_F(ConfigFile, FileFromBeyondTheTimesOf32BitsIsRead)
+{
+    support::writeFile(configFile, R"({"BMC":{"updateable":"yes"}})");
+    support::setYear2040(configFile);
+    EXPECT_TRUE(FwManager("BMC").isConfig());
+}
+
 TEST_F(ConfigFile, OnceReadItNeverChanges)
 {
     support::writeFile(configFile, fullRecord);

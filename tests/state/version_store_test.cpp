@@ -235,6 +235,22 @@ TEST_F(VersionStore, StateFileThatIsAMountPointFailsAndIsNotLost)
     EXPECT_EQ(bmc.getVersionStringFromInfo("a"), "old");
 }
 
+TEST_F(VersionStore, FilesFromBeyondTheTimesOf32BitsAreReadAndReplaced)
+{
+    ASSERT_EQ(bmc.saveVersionStringFromInfo("version", "1.0"), 0);
+    for (const auto* const path :
+         {stateFile, "/usr/share/firmware", "/run/lock/firmware",
+          "/run/lock/firmware/version.lock"})
+    {
+        support::setYear2040(path);
+    }
+    EXPECT_EQ(bmc.getVersionStringFromInfo("version"), "1.0");
+    EXPECT_EQ(bmc.saveVersionStringFromInfo("version", "2.0"), 0);
+    EXPECT_EQ(bmc.getVersionStringFromInfo("version"), "2.0");
+    support::setYear2040(stateFile);
+    EXPECT_EQ(bmc.deleteVersionStringFromInfo("version"), 0);
+}
+
 TEST_F(VersionStore, StatusThatCannotBeReadLeavesTheRead)
 {
     fs::create_directories("/usr/share/firmware");

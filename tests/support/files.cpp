@@ -118,6 +118,17 @@ std::vector<std::string> namesIn(const fs::path& directory)
     return names;
 }
 
+void setYear2040(const fs::path& path)
+{
+    // The first of January.
+    const std::array<timespec, 2> times{
+        {{.tv_sec = 2'208'988'800, .tv_nsec = 0},
+         {.tv_sec = 2'208'988'800, .tv_nsec = 0}}};
+    checked(
+        ::utimensat(AT_FDCWD, path.c_str(), times.data(), AT_SYMLINK_NOFOLLOW),
+        path);
+}
+
 struct stat statusOf(const fs::path& path)
 {
     struct stat status = {};

@@ -52,6 +52,10 @@ void writeFile(const std::filesystem::path& path, const std::string& content);
 /** The names in a directory, sorted. */
 std::vector<std::string> namesIn(const std::filesystem::path& directory);
 
+/** Makes a file, a directory or a link one of the year 2040, whose times do not
+ *  fit into 32 bits. */
+void setYear2040(const std::filesystem::path& path);
+
 /** Inode, mode, owner and times, links not followed. */
 struct stat statusOf(const std::filesystem::path& path);
 

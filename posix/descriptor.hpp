@@ -4,20 +4,21 @@
 
 #include <utility>
 
-namespace ostrel
+namespace posix
 {
 
 /** Owns a file descriptor and closes it. */
 class Descriptor
 {
   public:
+    /** Takes the descriptor over; -1 stands for none. */
     explicit Descriptor(int opened) noexcept : number(opened)
     {
     }
 
     ~Descriptor()
     {
-        if (number != -1)
+        if (isOpen())
         {
             ::close(number);
         }
@@ -30,6 +31,11 @@ class Descriptor
 
     Descriptor& operator=(Descriptor&&) = delete;
 
+    [[nodiscard]] bool isOpen() const noexcept
+    {
+        return number != -1;
+    }
+
     [[nodiscard]] int get() const noexcept
     {
         return number;
@@ -39,4 +45,4 @@ class Descriptor
     int number;
 };
 
-} // namespace ostrel
+} // namespace posix

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <pthread.h>
+
+namespace posix
+{
+
+/**
+ * Holds pthread_cancel() off for the calling thread. A request that comes
+ * meanwhile is acted on at the first cancellation point after that.
+ *
+ * Almost every call on files is a cancellation point, close(2) in a destructor
+ * included. To act on a request there ends the process: the unwinding meets a
+ * destructor or a handler that may not let it pass.
+ */
+class CancellationHeldOff
+{
+  public:
+    CancellationHeldOff() noexcept
+    {
+        ::pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &before);
+    }
+
+    ~CancellationHeldOff()
+    {
+        ::pthread_setcancelstate(before, nullptr);
+    }
+
+    CancellationHeldOff(const CancellationHeldOff&) = delete;
+    CancellationHeldOff& operator=(const CancellationHeldOff&) = delete;
+
+  private:
+    int before = PTHREAD_CANCEL_ENABLE;
+};
+
+} // namespace posix

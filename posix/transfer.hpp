@@ -1,0 +1,45 @@
+#pragma once
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <string_view>
+
+namespace posix
+{
+
+/** Makes a call again for as long as a handled signal interrupts it. */
+template <typename Call>
+ssize_t uninterrupted(Call call)
+{
+    ssize_t result = call();
+    while (result == -1 && errno == EINTR)
+    {
+        result = call();
+    }
+    return result;
+}
+
+/** As read(2), but no signal makes it fail. */
+inline ssize_t readSome(int file, char* buffer, size_t sizeBytes)
+{
+    return uninterrupted([&] { return ::read(file, buffer, sizeBytes); });
+}
+
+/** @return false, with errno, when write(2) fails before the end */
+[[nodiscard]] inline bool writeAll(int file, std::string_view text)
+{
+    while (!text.empty())
+    {
+        const ssize_t written = uninterrupted(
+            [&] { return ::write(file, text.data(), text.size()); });
+        if (written == -1)
+        {
+            return false;
+        }
+        text.remove_prefix(static_cast<size_t>(written));
+    }
+    return true;
+}
+
+} // namespace posix
