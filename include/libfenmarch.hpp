@@ -79,12 +79,21 @@ Activations getActivationsFromName(std::string name);
  */
 std::vector<std::string> processDotString(std::string text);
 
+/*
+ * The release file functions and the backup hold pthread_cancel() off for the
+ * length of each operation, and so does the bundled JSON store: a thread that
+ * is cancelled ends after the operation.
+ */
+
 /**
  * Reads a release file: lines of a key, "=" and a value in double quotes. Of
  * each line the text before the first "=" is the key; of the rest, the first
  * and the last character are dropped as the quotes, whatever they are. A line
  * without "=" is its own key, and itself less its first and last character is
  * the value.
+ *
+ * Of a FIFO, waits for its writers until the last of them closes it; one that
+ * nobody has open for writing is an empty file.
  *
  * @param entries  receives the lines; of equal keys the last one counts, and
  *                 what the map held under other keys stays
@@ -102,7 +111,8 @@ int bmcReleaseFileRead(const std::string& path,
  * written as they are, so a line break in one is a line break in the file.
  * Waits until it is on the disk; a new file has the mode that the process gives
  * by default. What fails after the opening, as on a full disk, is not reported
- * and leaves the file short.
+ * and leaves the file short. Waits for the readers of a FIFO; one that nobody
+ * has open for reading cannot be opened.
  *
  * @return 0, or -1 when the file cannot be opened, told as by
  *         bmcReleaseFileRead()
@@ -369,6 +379,8 @@ class FwManager
      * it. What the slot held is removed first; missing directories are
      * created. Waits until the image is on the disk there before the original
      * is removed, and then for the version. Needs room for the image twice.
+     * New directories and files have the modes that the process gives by
+     * default, whatever the mode of the original is.
      *
      * Failures are not reported and do not stop what follows: when the image
      * cannot be copied, the original is removed and the version written all
@@ -412,9 +424,10 @@ class FwManager
     std::string getVerifiedBackupImagePath();
 
     /**
-     * The versions of the images in both slots. A slot that is missing, or
-     * whose version cannot be read, leaves its argument as it was, and so does
-     * an area that may not be used: clear both first.
+     * The versions of the images in both slots: the first word of a regular
+     * file, if it ends within the first MiB. A slot that is missing, or whose
+     * version cannot be read, leaves its argument as it was, and so does an
+     * area that may not be used: clear both first.
      * @throws as getImageBackupMountStatus()
      */
     void getBackupImageVersion(std::string& verifying, std::string& verified);

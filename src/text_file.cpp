@@ -1,10 +1,14 @@
 #include "text_file.hpp"
 
+#include "../posix/descriptor.hpp"
+#include "../posix/transfer.hpp"
+
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
-#include <cerrno>
 #include <filesystem>
 #include <string_view>
 
@@ -14,120 +18,117 @@ namespace phosphor::software::updater
 namespace
 {
 
-class OpenFile
+using posix::Descriptor;
+
+/** Nonblocking, so that a FIFO in this place cannot hang the open. A new file
+ *  gets the defaults of the process: 0666 less the umask. */
+Descriptor openAtOnce(const std::string& path, int flags)
 {
-  public:
-    OpenFile(const std::string& path, int flags) :
-        // Nonblocking, so that a FIFO in this place cannot hang the open.
-        descriptor(
-            ::open(path.c_str(), flags | O_CLOEXEC | O_NONBLOCK, newFileMode))
+    constexpr mode_t newFileMode = 0666;
+    return Descriptor(
+        ::open(path.c_str(), flags | O_CLOEXEC | O_NONBLOCK, newFileMode));
+}
+
+/** Makes reads and writes wait for the other end of a FIFO. */
+void letWait(const Descriptor& file)
+{
+    const int flags = ::fcntl(file.get(), F_GETFL);
+    ::fcntl(file.get(), F_SETFL, flags & ~O_NONBLOCK);
+}
+
+bool isRegular(const Descriptor& file)
+{
+    struct statx status = {};
+    return ::statx(file.get(), "", AT_EMPTY_PATH, STATX_TYPE, &status) == 0 &&
+           S_ISREG(status.stx_mode);
+}
+
+using Buffer = std::array<char, 4096>;
+
+/** What comes next; empty at the end, nothing after a failure. */
+std::optional<std::string_view> readInto(Buffer& buffer, const Descriptor& file)
+{
+    const ssize_t got =
+        posix::readSome(file.get(), buffer.data(), buffer.size());
+    if (got == -1)
     {
+        return std::nullopt;
     }
-
-    ~OpenFile()
-    {
-        if (isOpen())
-        {
-            ::close(descriptor);
-        }
-    }
-
-    OpenFile(const OpenFile&) = delete;
-    OpenFile& operator=(const OpenFile&) = delete;
-
-    [[nodiscard]] bool isOpen() const
-    {
-        return descriptor != -1;
-    }
-
-    /** Appends what comes next; empty at the end and after a failure. */
-    [[nodiscard]] std::string_view
-    readInto(std::array<char, 4096>& buffer) const
-    {
-        const ssize_t got = repeat(
-            [&] { return ::read(descriptor, buffer.data(), buffer.size()); });
-        return {buffer.data(), got > 0 ? static_cast<size_t>(got) : 0};
-    }
-
-    /** @return false after a failure */
-    [[nodiscard]] bool writeAll(std::string_view text) const
-    {
-        while (!text.empty())
-        {
-            const ssize_t written = repeat(
-                [&] { return ::write(descriptor, text.data(), text.size()); });
-            if (written == -1)
-            {
-                return false;
-            }
-            text.remove_prefix(static_cast<size_t>(written));
-        }
-        return true;
-    }
-
-    /** Of this directory. */
-    void remove(const std::string& name) const
-    {
-        ::unlinkat(descriptor, name.c_str(), 0);
-    }
-
-    void synchronise() const
-    {
-        ::fsync(descriptor);
-    }
-
-  private:
-    /** Less the umask: a file gets the defaults of the process. */
-    static constexpr mode_t newFileMode = 0666;
-
-    template <typename Call>
-    static ssize_t repeat(Call call)
-    {
-        ssize_t result = call();
-        while (result == -1 && errno == EINTR)
-        {
-            result = call();
-        }
-        return result;
-    }
-
-    int descriptor;
-};
+    return std::string_view(buffer.data(), static_cast<size_t>(got));
+}
 
 } // namespace
 
 std::optional<std::string> readText(const std::string& path)
 {
-    const OpenFile file(path, O_RDONLY);
+    const Descriptor file = openAtOnce(path, O_RDONLY);
     if (!file.isOpen())
     {
         return std::nullopt;
     }
+    letWait(file);
     std::string text;
-    std::array<char, 4096> buffer{};
-    for (auto part = file.readInto(buffer); !part.empty();
-         part = file.readInto(buffer))
+    Buffer buffer{};
+    for (auto part = readInto(buffer, file); part && !part->empty();
+         part = readInto(buffer, file))
     {
-        text += part;
+        text += *part;
     }
     return text;
 }
 
+std::optional<std::string> readFirstWord(const std::string& path)
+{
+    constexpr size_t mostBytes = 1 << 20;
+    constexpr std::string_view blanks = " \t\n\v\f\r";
+
+    const Descriptor file = openAtOnce(path, O_RDONLY);
+    if (!file.isOpen() || !isRegular(file))
+    {
+        return std::nullopt;
+    }
+    // Not by a stream, which takes a failed allocation for the end.
+    std::string word;
+    size_t readBytes = 0;
+    Buffer buffer{};
+    while (const auto part = readInto(buffer, file))
+    {
+        std::string_view rest = *part;
+        if (word.empty())
+        {
+            rest.remove_prefix(
+                std::min(rest.find_first_not_of(blanks), rest.size()));
+        }
+        const size_t end = std::min(rest.find_first_of(blanks), rest.size());
+        const size_t behind = rest.size() - end;
+        word += rest.substr(0, end);
+        readBytes += part->size();
+        const bool ended = behind != 0 || part->empty();
+        if (readBytes - behind > mostBytes || (ended && word.empty()))
+        {
+            return std::nullopt;
+        }
+        if (ended)
+        {
+            return word;
+        }
+    }
+    return std::nullopt;
+}
+
 bool writeText(const std::string& path, const std::vector<std::string>& pieces)
 {
-    const OpenFile file(path, O_WRONLY | O_CREAT | O_TRUNC);
+    const Descriptor file = openAtOnce(path, O_WRONLY | O_CREAT | O_TRUNC);
     if (!file.isOpen())
     {
         return false;
     }
-    for (const auto& piece : pieces)
-    {
-        if (!file.writeAll(piece))
-        {
-            break;
-        }
-    }
-    file.synchronise();
+    letWait(file);
+    // Stops at the first piece that cannot be written.
+    std::ranges::all_of(pieces, [&](const auto& piece) {
+        return posix::writeAll(file.get(), piece);
+    });
+    ::fsync(file.get());
     // For a file that is new: its name is on the disk with its directory. The
     // dot is all there is of it when the path is a bare name.
     synchronise(std::filesystem::path(path).parent_path() / ".");
@@ -136,20 +137,21 @@ bool writeText(const std::string& path, const std::vector<std::string>& pieces)
 
 void removeFrom(const std::string& directory, const std::string& name)
 {
-    const OpenFile opened(directory, O_RDONLY | O_DIRECTORY | O_NOFOLLOW);
+    const Descriptor opened =
+        openAtOnce(directory, O_RDONLY | O_DIRECTORY | O_NOFOLLOW);
     if (opened.isOpen())
     {
-        opened.remove(name);
-        opened.synchronise();
+        ::unlinkat(opened.get(), name.c_str(), 0);
+        ::fsync(opened.get());
     }
 }
 
 void synchronise(const std::string& path)
 {
-    const OpenFile file(path, O_RDONLY);
+    const Descriptor file = openAtOnce(path, O_RDONLY);
     if (file.isOpen())
     {
-        file.synchronise();
+        ::fsync(file.get());
     }
 }
 

@@ -8,13 +8,23 @@ namespace phosphor::software::updater
 {
 
 /** The content of a file as far as it can be read; nothing when it cannot be
- *  opened. */
+ *  opened. Waits for the writers of a FIFO, if there are any. */
 std::optional<std::string> readText(const std::string& path);
+
+/**
+ * The first word of a regular file, white space around it dropped. Reads no
+ * further than its end.
+ *
+ * @return nothing when the file cannot be read or is of another kind, and when
+ *         no word ends within its first MiB
+ */
+std::optional<std::string> readFirstWord(const std::string& path);
 
 /**
  * Writes a file in place: opens it, creating or truncating it, writes the
  * pieces one by one and waits until they are on the disk, with its name. What
- * fails after the opening is not reported.
+ * fails after the opening is not reported. Waits for the readers of a FIFO; one
+ * that nobody reads cannot be opened.
  *
  * @return whether it could be opened
  */

@@ -1,4 +1,7 @@
+#include "../../posix/cancellation.hpp"
+#include "../../posix/directories.hpp"
 #include "../text_file.hpp"
+#include "image_copy.hpp"
 
 #include <libfenmarch.hpp>
 #include <phosphor-logging/lg2.hpp>
@@ -56,10 +59,10 @@ void removeSlot(const std::string& slot)
     fs::remove_all(slot, ignored);
 }
 
-/** Waits until a file is on the disk, and with it all directories above. */
-void synchroniseWithTheWay(const fs::path& file)
+/** Waits until a directory is on the disk, and with it all above it. */
+void synchroniseWithTheWay(const fs::path& directory)
 {
-    for (fs::path way = file; !way.empty(); way = way.parent_path())
+    for (fs::path way = directory; !way.empty(); way = way.parent_path())
     {
         synchronise(way);
         if (way == way.root_path())
@@ -70,16 +73,21 @@ void synchroniseWithTheWay(const fs::path& file)
     synchronise(".");
 }
 
+/** The slot and the directories above it, with the defaults of the process
+ *  for their mode. */
+void createSlot(const std::string& slot)
+{
+    constexpr mode_t newDirectoryMode = 0777;
+    posix::createDirectories(slot, newDirectoryMode,
+                             [](const fs::path& /* parent */) { return 0; });
+}
+
 /** Reads the first word; without one the version is left as it is. */
 void readVersion(const std::string& slot, std::string& version)
 {
-    // Not by a stream, which takes a failed allocation for the end.
-    constexpr auto blanks = " \t\n\v\f\r";
-    const std::string text = readText(versionFileIn(slot)).value_or("");
-    const auto start = text.find_first_not_of(blanks);
-    if (start != std::string::npos)
+    if (auto word = readFirstWord(versionFileIn(slot)))
     {
-        version = text.substr(start, text.find_first_of(blanks, start) - start);
+        version = std::move(*word);
     }
 }
 
@@ -90,6 +98,7 @@ void readVersion(const std::string& slot, std::string& version)
 
 void FwManager::backupImage(const std::string& src, const std::string& version)
 {
+    const posix::CancellationHeldOff held;
     if (!fs::exists(src))
     {
         lg2::error("{NAME}: Backup firmware src path not exists {PATH}", "NAME",
@@ -105,18 +114,20 @@ void FwManager::backupImage(const std::string& src, const std::string& version)
     }
     const std::string& slot = backup->verifying;
 
-    std::error_code ignored;
     removeSlot(slot);
-    fs::create_directories(slot, ignored);
-    fs::copy_file(imageIn(src), imageIn(slot), ignored);
-    // The copy is on the disk before the original goes.
-    synchroniseWithTheWay(imageIn(slot));
+    createSlot(slot);
+    copyImage(imageIn(src), imageIn(slot));
+    // The copy is on the disk, and can be found there, before the original
+    // goes.
+    synchroniseWithTheWay(slot);
+    std::error_code ignored;
     fs::remove(imageIn(src), ignored);
     writeText(versionFileIn(slot), {version});
 }
 
 void FwManager::verifyBackupImage(const std::string& running)
 {
+    const posix::CancellationHeldOff held;
     const auto backup = backupDirectoryOf(*this);
     if (!backup)
     {
@@ -156,6 +167,7 @@ std::string FwManager::getVerifiedBackupImagePath()
 void FwManager::getBackupImageVersion(std::string& verifying,
                                       std::string& verified)
 {
+    const posix::CancellationHeldOff held;
     const auto backup = backupDirectoryOf(*this);
     if (!backup)
     {

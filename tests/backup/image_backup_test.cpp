@@ -1,10 +1,16 @@
+#include "support/cancelled.hpp"
+#include "support/checked.hpp"
 #include "support/library_test.hpp"
 
 #include <libfenmarch.hpp>
 
 #include <sys/stat.h>
 
+#include <cstdint>
 #include <filesystem>
+#include <fstream>
+#include <functional>
+#include <tuple>
 
 namespace
 {
@@ -262,6 +268,8 @@ TEST_F(ImageBackup, CopyThatFailsStillRemovesTheImageAndWritesTheVersion)
     support::writeFile(verifying / "old", "old");
     backUp("1.0");
     EXPECT_FALSE(fs::exists(source / "firmware.tar"));
+    EXPECT_GT(fs::file_size(verifying / "firmware.tar"), 0U);
+    EXPECT_LE(fs::file_size(verifying / "firmware.tar"), 64U * 1024);
     EXPECT_TRUE(fs::exists(verifying / "version"));
     EXPECT_FALSE(fs::exists(verifying / "old"));
     EXPECT_TRUE(logged().empty());
@@ -582,12 +590,153 @@ TEST_F(ImageBackup, LinkAsTheImageIsCopiedThroughAndRemoved)
 
 TEST_F(ImageBackup, NewFilesHaveTheDefaultMode)
 {
-    receive("image");
-    const mode_t before = ::umask(027);
+    for (const auto& [mask, directoryMode, fileMode] :
+         {std::tuple{027U, 0750U, 0640U}, std::tuple{002U, 0775U, 0664U}})
+    {
+        fs::remove_all(root);
+        receive("image");
+        support::checked(::chmod((source / "firmware.tar").c_str(),
+                                 S_ISUID | S_ISGID | 0777),
+                         source);
+        const mode_t before = ::umask(mask);
+        backUp("1.0");
+        ::umask(before);
+        const auto modeOf = [](const fs::path& path) {
+            return support::statusOf(path).st_mode & 07777U;
+        };
+        EXPECT_EQ(modeOf(verifying), directoryMode);
+        EXPECT_EQ(modeOf(verifying / "firmware.tar"), fileMode);
+        EXPECT_EQ(modeOf(verifying / "version"), fileMode);
+    }
+}
+
+TEST_F(ImageBackup, EmptyDirectoryInPlaceOfTheImageIsRemoved)
+{
+    fs::create_directories(source / "firmware.tar");
     backUp("1.0");
-    ::umask(before);
-    EXPECT_EQ(support::statusOf(verifying).st_mode & 07777U, 0750U);
-    EXPECT_EQ(support::statusOf(verifying / "version").st_mode & 07777U, 0640U);
+    EXPECT_EQ(support::namesIn(verifying), Names{"version"});
+    EXPECT_FALSE(fs::exists(source / "firmware.tar"));
+}
+
+TEST_F(ImageBackup, NothingButARegularFileIsOpenedAsTheImage)
+{
+    fs::create_directories(source);
+    // With a writer, so that it would be read, and read without an end.
+    const fs::path fifo = scratch.path / "fifo";
+    support::checked(::mkfifo(fifo.c_str(), 0600), fifo);
+    for (const fs::path& target : {fifo, fs::path("/dev/zero"), scratch.path})
+    {
+        fs::create_symlink(target, source / "firmware.tar");
+        backUp("1.0");
+        EXPECT_EQ(support::namesIn(verifying), Names{"version"}) << target;
+        EXPECT_FALSE(fs::is_symlink(source / "firmware.tar"));
+        EXPECT_TRUE(fs::exists(target));
+    }
+}
+
+TEST_F(ImageBackup, ImageThatTheKernelCannotSendIsCopied)
+{
+    fs::create_directories(source);
+    fs::create_symlink("/proc/self/environ", source / "firmware.tar");
+    backUp("1.0");
+    EXPECT_EQ(support::readFile(verifying / "firmware.tar"),
+              support::readFile("/proc/self/environ"));
+}
+
+TEST_F(ImageBackup, FilesFromBeyondTheTimesOf32BitsAreMovedAndPromoted)
+{
+    receive("first");
+    backUp("1.0");
+    verify("1.0");
+    receive("second");
+    for (const auto& path : {source / "firmware.tar", source, root,
+                             root / "BIOS", verified, verified / "firmware.tar",
+                             verified / "version", fs::path(configFile)})
+    {
+        support::setYear2040(path);
+    }
+    backUp("2.0");
+    for (const auto& path : {verifying / "firmware.tar", verifying / "version",
+                             verifying, root / "BIOS"})
+    {
+        support::setYear2040(path);
+    }
+    verify("2.0");
+    EXPECT_EQ(versions(), Versions("untouched", "2.0"));
+    EXPECT_EQ(support::readFile(verified / "firmware.tar"), "second");
+    EXPECT_EQ(support::namesIn(source), Names{});
+}
+
+/** How much this process has read so far. */
+std::uintmax_t readSoFarBytes()
+{
+    std::ifstream counters("/proc/self/io");
+    std::string label;
+    std::uintmax_t bytes = 0;
+    counters >> label >> bytes;
+    EXPECT_EQ(label, "rchar:");
+    return bytes;
+}
+
+TEST_F(ImageBackup, VersionIsReadNoFurtherThanItsEnd)
+{
+    constexpr std::uintmax_t hugeBytes = std::uintmax_t{3} << 30;
+    support::writeFile(verifying / "version", "\n 1.0\n");
+    fs::resize_file(verifying / "version", hugeBytes);
+    const auto before = readSoFarBytes();
+    EXPECT_EQ(versions(), Versions("1.0", "untouched"));
+    EXPECT_LT(readSoFarBytes() - before, 100'000U);
+}
+
+TEST_F(ImageBackup, WordThatDoesNotEndWithinAMebibyteIsNoVersion)
+{
+    constexpr size_t mebibyte = 1 << 20;
+    const auto readable = [&](const std::string& content) {
+        support::writeFile(verifying / "version", content);
+        return versions().first != "untouched";
+    };
+    EXPECT_TRUE(readable(std::string(mebibyte, '1')));
+    EXPECT_TRUE(readable(std::string(mebibyte, '1') + "\n2"));
+    EXPECT_TRUE(readable(std::string(mebibyte - 1, ' ') + "1"));
+    EXPECT_FALSE(readable(std::string(mebibyte + 1, '1')));
+    EXPECT_FALSE(readable(std::string(mebibyte, ' ') + "1"));
+    EXPECT_FALSE(readable(std::string(mebibyte - 1, ' ') + "12"));
+    EXPECT_FALSE(readable(std::string(3 * mebibyte, ' ')));
+}
+
+TEST_F(ImageBackup, EveryKindOfBlankEndsAVersion)
+{
+    for (const std::string blank : {" ", "\t", "\n", "\v", "\f", "\r"})
+    {
+        support::writeFile(verifying / "version", blank + "1.0" + blank + "2");
+        EXPECT_EQ(versions(), Versions("1.0", "untouched"));
+    }
+}
+
+TEST_F(ImageBackup, DeviceInPlaceOfTheVersionIsUnreadable)
+{
+    fs::create_directories(verifying);
+    fs::create_symlink("/dev/zero", verifying / "version");
+    EXPECT_EQ(versions(), Versions("untouched", "untouched"));
+}
+
+TEST_F(ImageBackup, CancelledThreadEndsAfterTheOperation)
+{
+    receive("image");
+    FwManager manager("BIOS");
+    logged();
+    Versions read;
+    for (const std::function<void()>& operation :
+         {std::function<void()>([&] { manager.backupImage(source, "1.0"); }),
+          std::function<void()>([&] { manager.verifyBackupImage("1.0"); }),
+          std::function<void()>(
+              [&] { manager.getBackupImageVersion(read.first, read.second); })})
+    {
+        const auto outcome = support::runCancelled(operation);
+        EXPECT_TRUE(outcome.workDone);
+        EXPECT_TRUE(outcome.threadCancelled);
+    }
+    EXPECT_EQ(read, Versions("", "1.0"));
 }
 
 } // namespace

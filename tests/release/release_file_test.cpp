@@ -1,13 +1,21 @@
+#include "support/cancelled.hpp"
+#include "support/checked.hpp"
+#include "support/descriptor.hpp"
 #include "support/files.hpp"
 
 #include <gtest/gtest.h>
 #include <libfenmarch.hpp>
 
 #include <fcntl.h>
+#include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <chrono>
+#include <future>
+#include <optional>
 #include <stdexcept>
+#include <thread>
 
 namespace
 {
@@ -146,11 +154,15 @@ TEST_F(ReleaseFile, IsWrittenInTheOrderOfTheMap)
 
 TEST_F(ReleaseFile, NewFileHasTheDefaultMode)
 {
-    const mode_t before = ::umask(027);
-    EXPECT_EQ(bmcReleaseFileWrite(file, {}), 0);
-    ::umask(before);
-    EXPECT_EQ(support::readFile(file), "");
-    EXPECT_EQ(support::statusOf(file).st_mode & 07777U, 0640U);
+    for (const auto& [mask, mode] : {std::pair{027U, 0640U}, {002U, 0664U}})
+    {
+        std::filesystem::remove(file);
+        const mode_t before = ::umask(mask);
+        EXPECT_EQ(bmcReleaseFileWrite(file, {}), 0);
+        ::umask(before);
+        EXPECT_EQ(support::readFile(file), "");
+        EXPECT_EQ(support::statusOf(file).st_mode & 07777U, mode);
+    }
 }
 
 TEST_F(ReleaseFile, FileThatCannotBeWrittenIsPrintedWithoutALineEnd)
@@ -244,6 +256,87 @@ TEST_F(ReleaseFile, FifoInItsPlaceDoesNotHang)
     EXPECT_TRUE(entries.empty());
     EXPECT_EQ(printed([&] { EXPECT_EQ(bmcReleaseFileWrite(file, {}), -1); }),
               "Open file " + file + " failed.");
+}
+
+/** A FIFO in place of the file, its ends held open by the test. */
+class ReleaseFifo : public ReleaseFile
+{
+  public:
+    ReleaseFifo()
+    {
+        support::checked(::mkfifo(file.c_str(), 0600), file);
+    }
+
+    support::Descriptor open(int flags) const
+    {
+        support::Descriptor opened(
+            ::open(file.c_str(), flags | O_NONBLOCK | O_CLOEXEC));
+        support::checked(opened.get(), file);
+        return opened;
+    }
+
+    /** Waits until the FIFO holds this many bytes. */
+    static void waitForContent(const support::Descriptor& fifo, int sizeBytes)
+    {
+        const auto deadline =
+            std::chrono::steady_clock::now() + std::chrono::seconds(10);
+        int size = -1;
+        while (size != sizeBytes)
+        {
+            support::checked(::ioctl(fifo.get(), FIONREAD, &size), "FIONREAD");
+            ASSERT_LT(std::chrono::steady_clock::now(), deadline) << size;
+            std::this_thread::yield();
+        }
+    }
+};
+
+TEST_F(ReleaseFifo, IsReadUntilItsLastWriterCloses)
+{
+    // Reads too, so that it can be opened before there is a reader.
+    std::optional writer(open(O_RDWR));
+    support::checked(::write(writer->get(), "A=\"1\"\n", 6), file);
+    Entries entries;
+    auto status = std::async(std::launch::async,
+                             [&] { return bmcReleaseFileRead(file, entries); });
+    waitForContent(*writer, 0);
+    EXPECT_EQ(status.wait_for(std::chrono::milliseconds(100)),
+              std::future_status::timeout);
+    support::checked(::write(writer->get(), "B=\"2\"\n", 6), file);
+    writer.reset();
+    EXPECT_EQ(status.get(), 0);
+    EXPECT_EQ(entries, (Entries{{"A", "1"}, {"B", "2"}}));
+}
+
+TEST_F(ReleaseFifo, IsWrittenAsFastAsItIsRead)
+{
+    const std::string value(588'881, 'x');
+    const auto reader = open(O_RDONLY);
+    auto status = std::async(std::launch::async, [&] {
+        return bmcReleaseFileWrite(file, {{"NAME", value}});
+    });
+    waitForContent(reader, ::fcntl(reader.get(), F_GETPIPE_SZ));
+
+    support::checked(::fcntl(reader.get(), F_SETFL, 0), "wait for content");
+    std::string text;
+    std::string buffer(1 << 16, '\0');
+    for (ssize_t got = 1; got > 0;
+         text.append(buffer, 0, static_cast<size_t>(got)))
+    {
+        got = ::read(reader.get(), buffer.data(), buffer.size());
+        support::checked(got, file);
+    }
+    EXPECT_EQ(status.get(), 0);
+    EXPECT_EQ(text, "NAME=\"" + value + "\"\n");
+}
+
+TEST_F(ReleaseFile, CancelledThreadEndsAfterTheOperation)
+{
+    support::writeFile(file, "");
+    const auto outcome = support::runCancelled(
+        [&] { EXPECT_EQ(bmcReleaseFileItemSet(file, "A", "1"), 0); });
+    EXPECT_TRUE(outcome.workDone);
+    EXPECT_TRUE(outcome.threadCancelled);
+    EXPECT_EQ(support::readFile(file), "A=\"1\"\n");
 }
 
 TEST_F(ReleaseFile, LineBreakInAValueIsOneInTheFile)

@@ -322,6 +322,24 @@ TEST_F(BackupCalls, BackupIsOnTheDiskBeforeTheOriginalGoes)
         << inLines(lines);
 }
 
+TEST_F(BackupCalls, NoDescriptorIsInheritedByAProgramThatIsExecuted)
+{
+    for (const auto* const operation : {"back up", "verify", "save"})
+    {
+        trace(operation);
+        size_t opened = 0;
+        for (const auto& line : lines)
+        {
+            if (line.starts_with("open"))
+            {
+                EXPECT_NE(line.find("O_CLOEXEC"), std::string::npos) << line;
+                ++opened;
+            }
+        }
+        EXPECT_GT(opened, 0U) << operation;
+    }
+}
+
 TEST_F(BackupCalls, VersionOfTheOldSlotGoesFirst)
 {
     support::run({TRACED_OPERATION, "back up"});

@@ -1,0 +1,94 @@
+#include "image_copy.hpp"
+
+#include "../../posix/descriptor.hpp"
+#include "../../posix/transfer.hpp"
+
+#include <fcntl.h>
+#include <sys/sendfile.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+
+// Not by std::filesystem::copy_file(): it fails where a time of the source does
+// not fit into its time_t (a date after 2038 in 32 bits), and a program that
+// another thread executes meanwhile inherits its descriptors.
+
+namespace phosphor::software::updater
+{
+
+namespace
+{
+
+using posix::Descriptor;
+
+/** Judged before it is opened: to open a device can have effects. */
+Descriptor openRegularFile(const std::string& path)
+{
+    struct statx status = {};
+    const bool regular =
+        ::statx(AT_FDCWD, path.c_str(), 0, STATX_TYPE, &status) == 0 &&
+        S_ISREG(status.stx_mode);
+    return Descriptor(regular ? ::open(path.c_str(), O_RDONLY | O_CLOEXEC)
+                              : -1);
+}
+
+Descriptor createFile(const std::string& path)
+{
+    constexpr mode_t newFileMode = 0666;
+    return Descriptor(::open(
+        path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, newFileMode));
+}
+
+/** @return false when the kernel cannot copy between these files */
+bool copyInTheKernel(const Descriptor& from, const Descriptor& to)
+{
+    constexpr size_t partBytes = 1 << 20;
+    ssize_t copied = 1;
+    while (copied > 0)
+    {
+        copied = posix::uninterrupted([&] {
+            return ::sendfile(to.get(), from.get(), nullptr, partBytes);
+        });
+    }
+    return copied == 0 || (errno != EINVAL && errno != ENOSYS);
+}
+
+void copyThroughMemory(const Descriptor& from, const Descriptor& to)
+{
+    std::array<char, 4096> buffer{};
+    for (;;)
+    {
+        const ssize_t length =
+            posix::readSome(from.get(), buffer.data(), buffer.size());
+        if (length <= 0 ||
+            !posix::writeAll(to.get(),
+                             {buffer.data(), static_cast<size_t>(length)}))
+        {
+            return;
+        }
+    }
+}
+
+} // namespace
+
+void copyImage(const std::string& source, const std::string& copy)
+{
+    const Descriptor from = openRegularFile(source);
+    if (!from.isOpen())
+    {
+        return;
+    }
+    const Descriptor to = createFile(copy);
+    if (!to.isOpen())
+    {
+        return;
+    }
+    if (!copyInTheKernel(from, to))
+    {
+        copyThroughMemory(from, to);
+    }
+    ::fsync(to.get());
+}
+
+} // namespace phosphor::software::updater

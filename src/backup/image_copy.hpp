@@ -1,0 +1,19 @@
+#pragma once
+
+#include <string>
+
+namespace phosphor::software::updater
+{
+
+/**
+ * Copies a regular file, links followed, and waits until its content is on the
+ * disk. Nothing but a regular file is opened.
+ *
+ * The copy is a new file with the defaults of the process for its mode: where
+ * the name exists already, even as a dangling link, nothing is copied. Without
+ * a source no file is made. A copy that fails halfway stays. Nothing is
+ * reported.
+ */
+void copyImage(const std::string& source, const std::string& copy);
+
+} // namespace phosphor::software::updater
