@@ -2,7 +2,6 @@
 // packages that they stand in for.
 
 #include "private_service.hpp"
-#include "support/journal_socket.hpp"
 #include "support/thrown.hpp"
 
 #include <gtest/gtest.h>
@@ -124,17 +123,6 @@ TEST(SubsetSdBusError, WithoutATextTellsTheNameAlone)
     const sdbusplus::exception::SdBusError error(&source, "step");
 
     EXPECT_STREQ(error.what(), "step: a.b.Error.Busy");
-}
-
-TEST(SubsetLg2, FloatingPointHasSixDecimals)
-{
-    support::JournalSocket journal;
-
-    lg2::info("value", "VALUE", 0.5);
-
-    auto records = journal.take();
-    ASSERT_EQ(records.size(), 1);
-    EXPECT_EQ(records[0]["VALUE"], "0.500000");
 }
 
 } // namespace

@@ -4,6 +4,7 @@
 
 #include <syslog.h>
 
+#include <source_location>
 #include <utility>
 
 /*
@@ -15,12 +16,13 @@
  * sends one record to the journal, with the fields MESSAGE (each {KEY}
  * replaced by its value), LOG2_FMTMSG (the text as written), PRIORITY,
  * CODE_FILE, CODE_LINE and CODE_FUNC of the caller, and NAME and ERROR. A copy
- * goes to standard error if that is a terminal or LG2_FORCE_STDERR is set;
- * LG2_FORMAT is its form (%l priority, %m message, %f function, %F file, %L
- * line, %%), by default "<%l> %m".
+ * of the form "<PRIORITY> MESSAGE" goes to standard error if that was a
+ * terminal or LG2_FORCE_STDERR was set when the program was loaded.
  *
- * Keys are checked while compiling. Values are strings, integers, bool,
- * floating point and exceptions. A record that cannot be sent is lost.
+ * A std::source_location before the text takes the place of the caller's.
+ *
+ * Keys and the types of values are checked while compiling; value.hpp lists
+ * the types. A record that cannot be sent is lost.
  *
  * The inline namespace gives the subset linker names of its own, so that it
  * never meets a definition of the real package in the same process.
@@ -50,14 +52,8 @@ template <typename... Arguments>
 explicit error(const char*, const Arguments&...) -> error<Arguments...>;
 
 template <typename... Arguments>
-struct warning : details::StatementOf<LOG_WARNING, Arguments...>
-{
-    using Base = details::StatementOf<LOG_WARNING, Arguments...>;
-    using Base::Base;
-};
-
-template <typename... Arguments>
-explicit warning(const char*, const Arguments&...) -> warning<Arguments...>;
+explicit error(const std::source_location&, const char*, const Arguments&...)
+    -> error<Arguments...>;
 
 template <typename... Arguments>
 struct info : details::StatementOf<LOG_INFO, Arguments...>
@@ -70,14 +66,8 @@ template <typename... Arguments>
 explicit info(const char*, const Arguments&...) -> info<Arguments...>;
 
 template <typename... Arguments>
-struct debug : details::StatementOf<LOG_DEBUG, Arguments...>
-{
-    using Base = details::StatementOf<LOG_DEBUG, Arguments...>;
-    using Base::Base;
-};
-
-template <typename... Arguments>
-explicit debug(const char*, const Arguments&...) -> debug<Arguments...>;
+explicit info(const std::source_location&, const char*, const Arguments&...)
+    -> info<Arguments...>;
 
 } // namespace fenmarch_subset
 } // namespace lg2

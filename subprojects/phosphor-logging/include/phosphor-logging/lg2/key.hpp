@@ -28,9 +28,9 @@ class Key
         }
     }
 
-    explicit operator std::string() const
+    friend std::string textOf(const Key& key)
     {
-        return name;
+        return key.name;
     }
 
   private:

@@ -1,11 +1,13 @@
 #pragma once
 
-#include <phosphor-logging/lg2/location.hpp>
-#include <phosphor-logging/lg2/standard_error.hpp>
 #include <systemd/sd-journal.h>
 
 #include <sys/uio.h>
+#include <unistd.h>
 
+#include <cstdio>
+#include <cstdlib>
+#include <source_location>
 #include <span>
 #include <string>
 #include <utility>
@@ -50,10 +52,24 @@ inline void sendToJournal(std::vector<std::string>& lines)
     (sd_journal_sendv)(parts.data(), static_cast<int>(parts.size()));
 }
 
+/** Decided once, as in the package: a later change of the environment or of
+ *  standard error does not count. */
+inline const bool standardErrorIsWanted =
+    isatty(STDERR_FILENO) == 1 || std::getenv("LG2_FORCE_STDERR") != nullptr;
+
+inline void copyToStandardError(int priority, const std::string& message)
+{
+    const std::string line =
+        '<' + std::to_string(priority) + "> " + message + '\n';
+    // There is no third place to say that this one failed.
+    static_cast<void>(std::fputs(line.c_str(), stderr));
+}
+
 /** Sends one record to the journal, and its copy to standard error if that is
  *  wanted. */
 inline void log(int priority, const std::string& text,
-                std::span<const Field> fields, const Location& where)
+                std::span<const Field> fields,
+                const std::source_location& where)
 {
     const std::string message = filledIn(text, fields);
 
@@ -71,9 +87,9 @@ inline void log(int priority, const std::string& text,
     }
     sendToJournal(lines);
 
-    if (standardErrorIsWanted())
+    if (standardErrorIsWanted)
     {
-        copyToStandardError(priority, message, where);
+        copyToStandardError(priority, message);
     }
 }
 

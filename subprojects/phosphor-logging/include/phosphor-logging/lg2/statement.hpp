@@ -1,12 +1,12 @@
 #pragma once
 
 #include <phosphor-logging/lg2/key.hpp>
-#include <phosphor-logging/lg2/location.hpp>
 #include <phosphor-logging/lg2/record.hpp>
 #include <phosphor-logging/lg2/value.hpp>
 
 #include <array>
 #include <cstddef>
+#include <source_location>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -37,9 +37,15 @@ class Statement<priority, std::index_sequence<positions...>, Arguments...>
     static_assert(sizeof...(Arguments) % 2 == 0, "each key needs a value");
 
   public:
-    explicit Statement(const char* text,
-                       Parameter<positions, Arguments>... arguments,
-                       const Location& where = Location::current())
+    explicit Statement(
+        const char* text, Parameter<positions, Arguments>... arguments,
+        const std::source_location& where = std::source_location::current()) :
+        Statement(where, text, arguments...)
+    {
+    }
+
+    explicit Statement(const std::source_location& where, const char* text,
+                       Parameter<positions, Arguments>... arguments)
     {
         std::array<std::string, sizeof...(Arguments)> texts{
             textOf(arguments)...};

@@ -3,7 +3,6 @@
 #include <concepts>
 #include <exception>
 #include <string>
-#include <type_traits>
 
 namespace lg2
 {
@@ -12,8 +11,9 @@ inline namespace fenmarch_subset
 namespace details
 {
 
-/** The text of a field: a bool as True or False, a number in decimal, an
- *  exception as its what(), and whatever a string can be made of. */
+/** The text of a field: a bool as True or False, an integer in decimal, an
+ *  exception as its what(), a string up to its first NUL. Other types do not
+ *  compile. */
 template <typename Value>
 std::string textOf(const Value& value)
 {
@@ -21,7 +21,7 @@ std::string textOf(const Value& value)
     {
         return value ? "True" : "False";
     }
-    else if constexpr (std::is_arithmetic_v<Value>)
+    else if constexpr (std::integral<Value>)
     {
         return std::to_string(value);
     }
@@ -29,9 +29,18 @@ std::string textOf(const Value& value)
     {
         return value.what();
     }
+    else if constexpr (std::same_as<Value, std::string>)
+    {
+        return value.c_str();
+    }
     else
     {
-        return std::string(value);
+        // The package takes an array of char, thus a literal, for a key, and
+        // reads past the end of a std::string_view.
+        static_assert(std::same_as<Value, const char*>,
+                      "a value is a const char*, a std::string, an integer, a "
+                      "bool or an exception; of a literal make a std::string");
+        return value;
     }
 }
 
