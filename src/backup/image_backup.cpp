@@ -109,7 +109,7 @@ void FwManager::backupImage(const std::string& src, const std::string& version)
     if (!backup)
     {
         lg2::error("{NAME}: Backup firmware dest path not exists {PATH}",
-                   "NAME", name, "PATH", "");
+                   "NAME", name, "PATH", std::string());
         return;
     }
     const std::string& slot = backup->verifying;
