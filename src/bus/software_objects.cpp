@@ -3,6 +3,8 @@
 #include <libfenmarch.hpp>
 #include <phosphor-logging/lg2.hpp>
 
+#include <source_location>
+
 namespace phosphor::software::updater
 {
 
@@ -62,26 +64,34 @@ DbusInterface softwareObject(const SoftwareProperty& row,
     return {row.service, objects::softwarePrefix + name, row.interface};
 }
 
-auto logFailure(const SoftwareProperty& row, const std::string& name)
+// The location is that of the public operation, so that a record tells apart
+// those that share a message.
+
+using Location = std::source_location;
+
+auto logFailure(const SoftwareProperty& row, const std::string& name,
+                const Location& operation)
 {
-    return [&row, &name](const auto& error) {
-        lg2::error(row.failure, "NAME", name, "ERROR", error);
+    return [&](const auto& error) {
+        lg2::error(operation, row.failure, "NAME", name, "ERROR", error);
     };
 }
 
 template <typename Value>
 int publish(sdbusplus::bus_t& bus, const SoftwareProperty& row,
-            const std::string& name, const Value& value)
+            const std::string& name, const Value& value,
+            const Location& operation = Location::current())
 {
     return setDbusProperty(bus, softwareObject(row, name), row.property, value,
-                           logFailure(row, name));
+                           logFailure(row, name, operation));
 }
 
 /** Publishes, and keeps the release file of the active BIOS in step. */
 int publishText(sdbusplus::bus_t& bus, const SoftwareProperty& row,
-                const std::string& name, const std::string& text)
+                const std::string& name, const std::string& text,
+                const Location& operation = Location::current())
 {
-    const int status = publish(bus, row, name, text);
+    const int status = publish(bus, row, name, text, operation);
     if (status == 0 && row.releaseItem != nullptr &&
         name == objects::biosActiveName)
     {
@@ -91,10 +101,11 @@ int publishText(sdbusplus::bus_t& bus, const SoftwareProperty& row,
 }
 
 int fetchText(sdbusplus::bus_t& bus, const SoftwareProperty& row,
-              const std::string& name, std::string& text)
+              const std::string& name, std::string& text,
+              const Location& operation = Location::current())
 {
     return getDbusProperty(bus, softwareObject(row, name), row.property, text,
-                           logFailure(row, name));
+                           logFailure(row, name, operation));
 }
 
 } // namespace

@@ -3,6 +3,8 @@
 #include <libfenmarch.hpp>
 #include <phosphor-logging/lg2.hpp>
 
+#include <source_location>
+
 namespace phosphor::software::updater
 {
 
@@ -23,10 +25,11 @@ DbusInterface updateOptionOf(const std::string& name)
 
 int FwManager::initUpdateOption(const std::vector<std::string>& available)
 {
+    const auto here = std::source_location::current();
     const auto target = updateOptionOf(name);
     const int published = setDbusProperty(
         bus, target, "AvailableOptions", available, [&](const auto& error) {
-            lg2::error("Init {PURPOSE} available options failed: {ERROR}",
+            lg2::error(here, "Init {PURPOSE} available options failed: {ERROR}",
                        "PURPOSE", name, "ERROR", error);
         });
     if (published != 0)
@@ -35,20 +38,21 @@ int FwManager::initUpdateOption(const std::vector<std::string>& available)
     }
     return setDbusProperty(
         bus, target, requestedOption, std::string(), [&](const auto& error) {
-            lg2::error("Init {PURPOSE} requested option failed: {ERROR}",
+            lg2::error(here, "Init {PURPOSE} requested option failed: {ERROR}",
                        "PURPOSE", name, "ERROR", error);
         });
 }
 
 std::string FwManager::readOption()
 {
+    const auto here = std::source_location::current();
     std::string option;
-    getDbusProperty(bus, updateOptionOf(name), requestedOption, option,
-                    [&](const auto& error) {
-                        lg2::error(
-                            "Read {PURPOSE} requested option failed: {ERROR}",
-                            "PURPOSE", name, "ERROR", error);
-                    });
+    getDbusProperty(
+        bus, updateOptionOf(name), requestedOption, option,
+        [&](const auto& error) {
+            lg2::error(here, "Read {PURPOSE} requested option failed: {ERROR}",
+                       "PURPOSE", name, "ERROR", error);
+        });
     return option;
 }
 

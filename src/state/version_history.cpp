@@ -4,6 +4,8 @@
 #include <libfenmarch.hpp>
 #include <phosphor-logging/lg2.hpp>
 
+#include <source_location>
+
 namespace phosphor::software::updater
 {
 
@@ -23,23 +25,27 @@ std::string entryKey(const std::string& activation, int sequence)
     return activation + "_" + std::to_string(sequence);
 }
 
-void deleteStagedBios(sdbusplus::bus_t& bus)
+void deleteStagedBios(sdbusplus::bus_t& bus,
+                      const std::source_location& operation)
 {
     callDbusMethod(
         bus,
         {services::bmcUpdater, objects::biosStaged, interfaces::objectDelete},
-        "Delete", [](const auto& error) {
-            lg2::error("Delete bios_staged version failed: {ERROR}", "ERROR",
-                       error);
+        "Delete", [&](const auto& error) {
+            lg2::error(operation, "Delete bios_staged version failed: {ERROR}",
+                       "ERROR", error);
         });
 }
 
-void deleteAllVersions(FwManager& manager, const std::string& activation)
+/** @param operation  where the records say that they come from */
+void deleteAllVersions(
+    FwManager& manager, const std::string& activation,
+    const std::source_location& operation = std::source_location::current())
 {
     // A malformed length throws here, before anything is deleted.
     const int count = manager.getVersionCount(activation);
-    lg2::info("{NAME}: Delete {ACTIVE} all version", "NAME", manager.name,
-              "ACTIVE", activation);
+    lg2::info(operation, "{NAME}: Delete {ACTIVE} all version", "NAME",
+              manager.name, "ACTIVE", activation);
     for (int sequence = 0; sequence < count; ++sequence)
     {
         manager.deleteVersionStringFromInfo(entryKey(activation, sequence));
@@ -48,7 +54,7 @@ void deleteAllVersions(FwManager& manager, const std::string& activation)
 
     if (manager.purpose == VersionPurpose::Host && activation == "Staged")
     {
-        deleteStagedBios(manager.bus);
+        deleteStagedBios(manager.bus, operation);
     }
 }
 
