@@ -144,16 +144,18 @@ int bmcReleaseFileItemSet(const std::string& path, const std::string& key,
  *   /etc/bios-release                     written in place, without a lock
  *
  * Every constructor takes a reference to the calling thread's default bus
- * connection (sd_bus_default(), the system bus for a system service). A bus
- * that cannot be reached is not reported there, but by the first bus operation
- * (with some states of the platform's sdbusplus, the constructor throws).
+ * connection (sd_bus_default(), the system bus for a system service) and, if it
+ * is new, waits until the bus has accepted it. A failure to reach the bus is
+ * not reported there. Without a bus, with one that hangs up, with a connection
+ * that is closed, and in a child of the process that opened the connection,
+ * the manager has no connection as long as it lives: its bus operations throw
+ * sdbusplus::exception::SdBusError (ENOTCONN). Files are not affected.
  *
  * All managers of a thread share that one connection, and destroying any of
- * them flushes and closes it (some states of the platform's sdbusplus only drop
- * their reference). The bus operations of the others fail from then
- * on, and so do those of managers made later, until the last one that holds
- * the closed connection is gone. Files are not concerned. So a thread keeps
- * its managers together, or gives each a thread of its own.
+ * them flushes and closes it. The bus operations of the others return their
+ * failure result from then on. Managers made later get no connection, until
+ * the last manager that holds the closed one is gone. So a thread keeps its
+ * managers together, or gives each a thread of its own.
  *
  * The connection is closed for good, too, when the bus ends or restarts, and
  * when a message is longer than the bus admits (32 MiB on a system bus). A

@@ -1,4 +1,8 @@
 #include <libfenmarch.hpp>
+#include <systemd/sd-bus.h>
+
+#include <stdexcept>
+#include <type_traits>
 
 namespace phosphor::software::updater
 {
@@ -8,24 +12,47 @@ const char FwManager::builtOn = 0;
 template const char
     FwManager::builtOn<sdbusplus::bus_t, sizeof(sdbusplus::bus_t)>;
 
+namespace
+{
+
+/** The calling thread's default connection, which is closed when it is
+ *  released; none where the bus cannot be reached. */
+sdbusplus::bus_t defaultConnection()
+{
+    sd_bus* connection = nullptr;
+    // The result is ignored: the bus operations report a missing connection.
+    sd_bus_default(&connection);
+    try
+    {
+        sdbusplus::bus_t bus(connection, std::false_type());
+        bus.set_should_close(true);
+        return bus;
+    }
+    catch (const std::logic_error&)
+    {
+        // The bus has given it no name: it is closed, broke while it was set
+        // up, or is the one of the process that forked this one.
+        return {nullptr, std::false_type()};
+    }
+}
+
+} // namespace
+
 // Name and purpose are set in the bodies: the bus is open by then.
 
-FwManager::FwManager(VersionPurpose firmwarePurpose) :
-    bus(sdbusplus::bus::new_default())
+FwManager::FwManager(VersionPurpose firmwarePurpose) : bus(defaultConnection())
 {
     name = getNameFromVersionPurpose(firmwarePurpose);
     purpose = firmwarePurpose;
 }
 
-FwManager::FwManager(std::string firmwareName) :
-    bus(sdbusplus::bus::new_default())
+FwManager::FwManager(std::string firmwareName) : bus(defaultConnection())
 {
     name = std::move(firmwareName);
     purpose = getVersionPurposeFromName(name);
 }
 
-FwManager::FwManager(const char* firmwareName) :
-    bus(sdbusplus::bus::new_default())
+FwManager::FwManager(const char* firmwareName) : bus(defaultConnection())
 {
     name = std::string(firmwareName);
     purpose = getVersionPurposeFromName(name);

@@ -26,6 +26,13 @@ const Property property{"xyz.openbmc_project.Settings", path, "a.b.Interface",
 class Call : public support::BusTest
 {
   public:
+    static sdbusplus::bus_t connect()
+    {
+        sd_bus* connection = nullptr;
+        EXPECT_GE(sd_bus_default(&connection), 0);
+        return {connection, std::false_type()};
+    }
+
     static DbusInterface target(const std::string& objectPath = path)
     {
         return {"xyz.openbmc_project.Settings", objectPath, "a.b.Interface"};
@@ -55,7 +62,7 @@ class Call : public support::BusTest
         return callDbusMethod(bus, target(), "Method", report());
     }
 
-    sdbusplus::bus_t bus = sdbusplus::bus::new_default();
+    sdbusplus::bus_t bus = connect();
     std::vector<std::string> reported;
 };
 

@@ -1,6 +1,10 @@
+#include "support/bus_that_hangs_up.hpp"
+#include "support/child.hpp"
 #include "support/library_test.hpp"
+#include "support/thrown.hpp"
 
 #include <libfenmarch.hpp>
+#include <sdbusplus/exception.hpp>
 
 #include <optional>
 #include <stdexcept>
@@ -11,7 +15,24 @@ namespace
 
 using namespace phosphor::software::updater;
 
-using Connection = support::BusTest;
+class Connection : public support::BusTest
+{
+  public:
+    /** The manager was made, but got no connection. */
+    static void expectNoConnection(FwManager& manager)
+    {
+        EXPECT_EQ(support::thrownText<sdbusplus::exception::SdBusError>(
+                      [&] { manager.disablePowerOp(); }),
+                  "sd_bus_message_new_method_call: System.Error.ENOTCONN: "
+                  "Transport endpoint is not connected");
+    }
+
+    static void expectRecords(FwManager& manager)
+    {
+        EXPECT_EQ(manager.saveVersionStringFromInfo("a", "1"), 0);
+        EXPECT_EQ(manager.getVersionStringFromInfo("a"), "1");
+    }
+};
 
 TEST_F(Connection, EndsWithTheFirstManagerOfTheThread)
 {
@@ -35,7 +56,7 @@ TEST_F(Connection, StaysEndedUntilItsLastManagerIsGone)
     first.reset();
     {
         FwManager later("BMC");
-        EXPECT_EQ(later.disablePowerOp(), -1);
+        expectNoConnection(later);
     }
     second.reset();
     FwManager anew("BMC");
@@ -62,20 +83,61 @@ TEST_F(Connection, EndsWithTheBusUntilItsManagersAreGone)
     EXPECT_EQ(first->disablePowerOp(), -1);
     {
         FwManager beside("Host");
-        EXPECT_EQ(beside.disablePowerOp(), -1);
+        expectNoConnection(beside);
     }
     first.reset();
     FwManager anew("BMC");
     EXPECT_EQ(anew.disablePowerOp(), 0);
 }
 
-TEST_F(Connection, RecordsDoNotNeedIt)
+TEST_F(Connection, IsNotNeededForRecords)
 {
     std::optional<FwManager> first("BMC");
     FwManager second("Host");
     first.reset();
-    EXPECT_EQ(second.saveVersionStringFromInfo("a", "1"), 0);
-    EXPECT_EQ(second.getVersionStringFromInfo("a"), "1");
+    expectRecords(second);
+    FwManager later("Host");
+    expectRecords(later);
+}
+
+TEST_F(Connection, IsNotMadeWithoutABus)
+{
+    systemBus().stop();
+    FwManager manager("BMC");
+    expectNoConnection(manager);
+    EXPECT_TRUE(logged().empty());
+    expectRecords(manager);
+    systemBus().start();
+    const support::FakeServices again;
+    EXPECT_THROW(manager.disablePowerOp(), sdbusplus::exception::SdBusError);
+    FwManager anew("BMC");
+    EXPECT_EQ(anew.disablePowerOp(), 0);
+}
+
+TEST_F(Connection, IsNotMadeWhenTheBusHangsUp)
+{
+    systemBus().stop();
+    {
+        const support::BusThatHangsUp busThatHangsUp;
+        FwManager manager("BMC");
+        expectNoConnection(manager);
+        expectRecords(manager);
+    }
+    systemBus().start();
+}
+
+TEST_F(Connection, OfAParentIsNotTaken)
+{
+    FwManager parents("BMC");
+    ASSERT_EQ(parents.disablePowerOp(), 0);
+    support::Child child([&] {
+        FwManager childs("Host");
+        expectNoConnection(childs);
+        expectRecords(childs);
+        return HasFailure() ? 1 : 0;
+    });
+    EXPECT_EQ(child.wait(), 0);
+    EXPECT_EQ(parents.disablePowerOp(), 0);
 }
 
 TEST_F(Connection, OfAnotherThreadGoesOn)

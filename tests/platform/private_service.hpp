@@ -8,6 +8,8 @@
 #include <sdbusplus/sdbus.hpp>
 #include <systemd/sd-bus.h>
 
+#include <type_traits>
+
 namespace platform
 {
 
@@ -15,11 +17,23 @@ namespace platform
 class PrivateService : public testing::Test
 {
   protected:
-    /** The connection of this thread, calling through the interface. */
-    static sdbusplus::bus_t connectThrough(sdbusplus::SdBusInterface& interface)
+    /** A reference to the connection of this thread. */
+    static sd_bus* defaultConnection()
     {
         sd_bus* connection = nullptr;
         EXPECT_GE(sd_bus_default(&connection), 0);
+        return connection;
+    }
+
+    static sdbusplus::bus_t connect()
+    {
+        return {defaultConnection(), std::false_type()};
+    }
+
+    /** As connect(), calling through the interface. */
+    static sdbusplus::bus_t connectThrough(sdbusplus::SdBusInterface& interface)
+    {
+        sd_bus* const connection = defaultConnection();
         sdbusplus::bus_t bus(connection, &interface);
         sd_bus_unref(connection);
         return bus;

@@ -25,7 +25,7 @@ class Append : public platform::PrivateService
     template <typename... Values>
     std::string arrived(const Values&... values)
     {
-        auto bus = sdbusplus::bus::new_default();
+        auto bus = connect();
         auto call = bus.new_method_call("a.b.Service", "/a/b", "a.b.I", "Do");
         call.append(values...);
         bus.call(call);
@@ -80,7 +80,7 @@ TEST_F(Append, SeveralValuesKeepTheirOrder)
 
 TEST_F(Append, IncompleteMessageIsRefusedWhenItIsSent)
 {
-    auto bus = sdbusplus::bus::new_default();
+    auto bus = connect();
     auto call = bus.new_method_call("a.b.Service", "/a/b", "a.b.I", "Do");
 
     // Not UTF-8: the string is not appended and leaves its variant open.

@@ -1,4 +1,7 @@
 #include "private_service.hpp"
+#include "support/bus_that_hangs_up.hpp"
+#include "support/child.hpp"
+#include "support/thrown.hpp"
 
 #include <gtest/gtest.h>
 #include <sdbusplus/bus.hpp>
@@ -8,6 +11,7 @@
 
 #include <cerrno>
 #include <cstdint>
+#include <stdexcept>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -29,13 +33,6 @@ static_assert(
 
 using Bus = platform::PrivateService;
 
-sd_bus* defaultConnection()
-{
-    sd_bus* connection = nullptr;
-    EXPECT_GE(sd_bus_default(&connection), 0);
-    return connection;
-}
-
 void callService(sdbusplus::bus_t& bus)
 {
     auto call = bus.new_method_call("a.b.Service", "/a/b", "a.b.I", "Do");
@@ -44,7 +41,7 @@ void callService(sdbusplus::bus_t& bus)
 
 TEST_F(Bus, CallReachesTheMethodItNames)
 {
-    auto bus = sdbusplus::bus::new_default();
+    auto bus = connect();
 
     callService(bus);
 
@@ -61,7 +58,7 @@ TEST_F(Bus, CallReachesTheMethodItNames)
 TEST_F(Bus, CallReturnsTheReply)
 {
     service.setProperty("/a/b", "Version", "s", "1.07");
-    auto bus = sdbusplus::bus::new_default();
+    auto bus = connect();
     auto call = bus.new_method_call("a.b.Service", "/a/b",
                                     "org.freedesktop.DBus.Properties", "Get");
     call.append("a.b.I", "Version");
@@ -75,7 +72,7 @@ TEST_F(Bus, CallReturnsTheReply)
 
 TEST_F(Bus, MovedBusKeepsTheConnection)
 {
-    auto bus = sdbusplus::bus::new_default();
+    auto bus = connect();
     sdbusplus::bus_t moved(std::move(bus));
 
     callService(moved);
@@ -83,18 +80,68 @@ TEST_F(Bus, MovedBusKeepsTheConnection)
     EXPECT_EQ(service.takeCalls().size(), 1);
 }
 
-TEST_F(Bus, TakesOverAConnectionItIsGiven)
+TEST_F(Bus, LeavesTheConnectionOpenToOthers)
 {
-    sdbusplus::bus_t bus(defaultConnection(), std::false_type());
+    sd_bus* const connection = defaultConnection();
+    {
+        const auto bus = connect();
+    }
 
+    EXPECT_GT(sd_bus_is_open(connection), 0);
+    sd_bus_close_unref(connection);
+}
+
+TEST_F(Bus, ClosesTheConnectionIfItShould)
+{
+    sd_bus* const connection = defaultConnection();
+    {
+        auto bus = connect();
+        bus.set_should_close(true);
+        EXPECT_GT(sd_bus_is_open(connection), 0);
+    }
+
+    EXPECT_EQ(sd_bus_is_open(connection), 0);
+    sd_bus_unref(connection);
+}
+
+TEST_F(Bus, RefusesAClosedConnectionAndReleasesIt)
+{
+    sd_bus* const connection = defaultConnection();
+    sd_bus_close(connection);
+
+    EXPECT_EQ(support::thrownText<std::logic_error>(
+                  [&] { sdbusplus::bus_t(connection, std::false_type()); }),
+              "basic_string: construction from null is not valid");
+
+    // A closed connection stays the default one as long as somebody holds it.
+    auto bus = connect();
     callService(bus);
-
     EXPECT_EQ(service.takeCalls().size(), 1);
+}
+
+TEST_F(Bus, RefusesAConnectionThatBreaksBeforeItHasItsName)
+{
+    daemon.stop();
+    const support::BusThatHangsUp busThatHangsUp;
+
+    EXPECT_THROW(connect(), std::logic_error);
+}
+
+TEST_F(Bus, RefusesTheConnectionOfAForkedParent)
+{
+    const auto bus = connect();
+
+    support::Child child([] {
+        EXPECT_THROW(connect(), std::logic_error);
+        return HasFailure() ? 1 : 0;
+    });
+
+    EXPECT_EQ(child.wait(), 0);
 }
 
 TEST_F(Bus, CallToAnAbsentServiceThrowsWhatTheBusSays)
 {
-    auto bus = sdbusplus::bus::new_default();
+    auto bus = connect();
     auto call = bus.new_method_call("a.b.Absent", "/a/b", "a.b.I", "Do");
 
     try
@@ -119,7 +166,7 @@ TEST_F(Bus, CallToAnAbsentServiceThrowsWhatTheBusSays)
 TEST_F(Bus, CallThrowsTheErrorOfThePeer)
 {
     service.answer("/a/b", "Do", Answer::error("a.b.Error.Busy", "Not now"));
-    auto bus = sdbusplus::bus::new_default();
+    auto bus = connect();
 
     try
     {
@@ -137,7 +184,7 @@ TEST_F(Bus, CallThrowsTheErrorOfThePeer)
 TEST_F(Bus, CallThrowsWhenThePeerLeaves)
 {
     service.answer("/a/b", "Do", Answer::dropConnection());
-    auto bus = sdbusplus::bus::new_default();
+    auto bus = connect();
 
     try
     {
@@ -153,7 +200,7 @@ TEST_F(Bus, CallThrowsWhenThePeerLeaves)
 
 TEST_F(Bus, MethodCallOfAnInvalidPathIsRefused)
 {
-    auto bus = sdbusplus::bus::new_default();
+    auto bus = connect();
 
     try
     {
@@ -172,16 +219,15 @@ TEST_F(Bus, MethodCallOfAnInvalidPathIsRefused)
     EXPECT_TRUE(service.takeCalls().empty());
 }
 
-TEST_F(Bus, WithoutTheDaemonNoMethodCallIsMade)
+TEST_F(Bus, WithoutAConnectionNoMethodCallIsMade)
 {
-    daemon.stop();
+    sdbusplus::bus_t bus(nullptr, std::false_type());
 
-    EXPECT_THROW(
-        {
-            auto bus = sdbusplus::bus::new_default();
-            bus.new_method_call("a.b.Service", "/a/b", "a.b.I", "Do");
-        },
-        SdBusError);
+    EXPECT_EQ(support::thrownText<SdBusError>([&] {
+                  bus.new_method_call("a.b.Service", "/a/b", "a.b.I", "Do");
+              }),
+              "sd_bus_message_new_method_call: System.Error.ENOTCONN: "
+              "Transport endpoint is not connected");
 }
 
 /** Notes the calls of libsystemd by which a bus_t works. */

@@ -17,6 +17,7 @@
 #include <type_traits>
 #include <typeinfo>
 #include <variant>
+#include <vector>
 
 namespace
 {
@@ -46,55 +47,48 @@ TEST(SubsetNames, DifferFromThoseOfTheRealPackages)
     EXPECT_TRUE(hasNamesOfItsOwn<lg2::error<>>());
 }
 
-TEST_F(Subset, BusClosesTheConnectionThatOthersHold)
+/** Notes how a connection is released. */
+class Recorder : public sdbusplus::SdBusImpl
 {
-    sd_bus* connection = nullptr;
-    ASSERT_GE(sd_bus_default(&connection), 0);
+  public:
+    sd_bus* sd_bus_unref(sd_bus* bus) override
     {
-        const auto bus = sdbusplus::bus::new_default();
-        EXPECT_GT(sd_bus_is_open(connection), 0);
+        releases.emplace_back("unref");
+        return SdBusImpl::sd_bus_unref(bus);
     }
 
-    EXPECT_EQ(sd_bus_is_open(connection), 0);
-    sd_bus_unref(connection);
-}
-
-TEST_F(Subset, BusSendsWhatIsQueuedBeforeItCloses)
-{
-    sd_bus* connection = nullptr;
-    ASSERT_GE(sd_bus_default(&connection), 0);
+    sd_bus* sd_bus_flush_close_unref(sd_bus* bus) override
     {
-        // Queued, for the connection is not set up yet.
-        const sdbusplus::bus_t bus(connection, std::false_type());
-        ASSERT_GE(sd_bus_call_method_async(connection, nullptr, "a.b.Service",
-                                           "/a/b", "a.b.I", "Do", nullptr,
-                                           nullptr, ""),
-                  0);
+        releases.emplace_back("flush_close_unref");
+        return SdBusImpl::sd_bus_flush_close_unref(bus);
     }
 
-    auto bus = sdbusplus::bus::new_default();
-    auto call = bus.new_method_call("a.b.Service", "/a/b", "a.b.I", "Next");
-    bus.call(call);
-    const auto calls = service.takeCalls();
-    ASSERT_EQ(calls.size(), 2);
-    EXPECT_EQ(calls[0].member, "Do");
-}
+    std::vector<std::string> releases;
+};
 
-TEST_F(Subset, FailureToConnectShowsInTheFirstMethodCall)
+TEST_F(Subset, BusIsFlushedAndClosedOnlyIfItShould)
 {
-    daemon.stop();
-    auto bus = sdbusplus::bus::new_default();
+    Recorder recorder;
+    {
+        const auto bus = connectThrough(recorder);
+    }
+    {
+        auto bus = connectThrough(recorder);
+        bus.set_should_close(true);
+    }
+    {
+        auto bus = connectThrough(recorder);
+        bus.set_should_close(true);
+        bus.set_should_close(false);
+    }
 
-    EXPECT_EQ(support::thrownText<sdbusplus::exception::SdBusError>([&] {
-                  bus.new_method_call("a.b.Service", "/a/b", "a.b.I", "Do");
-              }),
-              "sd_bus_message_new_method_call: System.Error.ENOTCONN: "
-              "Transport endpoint is not connected");
+    EXPECT_EQ(recorder.releases, (std::vector<std::string>{
+                                     "unref", "flush_close_unref", "unref"}));
 }
 
 TEST_F(Subset, FailedReadLeavesTheValue)
 {
-    auto bus = sdbusplus::bus::new_default();
+    auto bus = connect();
     auto call =
         bus.new_method_call("org.freedesktop.DBus", "/org/freedesktop/DBus",
                             "org.freedesktop.DBus", "GetId");

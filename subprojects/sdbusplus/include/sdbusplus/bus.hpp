@@ -6,6 +6,7 @@
 #include <systemd/sd-bus.h>
 
 #include <memory>
+#include <string>
 #include <type_traits>
 
 namespace sdbusplus
@@ -14,11 +15,13 @@ inline namespace fenmarch_subset
 {
 
 /**
- * A connection to the bus: holds one reference, and its destructor sends what
- * is queued, closes the connection and gives the reference back. Every holder
- * of the same connection finds it closed then.
+ * A connection to the bus: holds one reference, which its destructor gives
+ * back.
  *
- * May hold no connection at all: then new_method_call() throws.
+ * May hold no connection at all: then new_method_call() throws. A connection
+ * has to have its unique name: a constructor waits until the bus has assigned
+ * it, and throws std::logic_error, the reference given back, when the
+ * connection is closed, breaks meanwhile or was opened before a fork.
  */
 class bus_t
 {
@@ -33,6 +36,13 @@ class bus_t
     bus_t(sd_bus* bus, SdBusInterface* interface) :
         bus_t(interface->sd_bus_ref(bus), Release{interface})
     {
+    }
+
+    /** With true the destructor sends what is queued and closes the connection
+     *  first: every other holder finds it closed then. */
+    void set_should_close(bool shouldClose)
+    {
+        handle.get_deleter().shouldClose = shouldClose;
     }
 
     /**
@@ -78,15 +88,30 @@ class bus_t
     struct Release
     {
         SdBusInterface* interface;
+        bool shouldClose = false;
 
         void operator()(sd_bus* bus) const
         {
-            interface->sd_bus_flush_close_unref(bus);
+            if (shouldClose)
+            {
+                interface->sd_bus_flush_close_unref(bus);
+            }
+            else
+            {
+                interface->sd_bus_unref(bus);
+            }
         }
     };
 
     bus_t(sd_bus* bus, Release release) : handle(bus, release)
     {
+        if (bus != nullptr)
+        {
+            const char* name = nullptr;
+            calls().sd_bus_get_unique_name(bus, &name);
+            // As in the package, which keeps the name: a null pointer throws.
+            static_cast<void>(std::string(name));
+        }
     }
 
     SdBusInterface& calls() const
@@ -97,21 +122,5 @@ class bus_t
     std::unique_ptr<sd_bus, Release> handle;
 };
 
-namespace bus
-{
-
-/**
- * The calling thread's default connection, which later calls of this thread
- * share. A failure to connect is not reported here: the object then holds no
- * connection.
- */
-inline bus_t new_default()
-{
-    sd_bus* bus = nullptr;
-    sdbus_impl.sd_bus_default(&bus);
-    return {bus, std::false_type()};
-}
-
-} // namespace bus
 } // namespace fenmarch_subset
 } // namespace sdbusplus

@@ -16,7 +16,8 @@ inline namespace fenmarch_subset
 
 class bus_t;
 
-/** A message: holds one reference, which its destructor gives back. */
+/** A message: holds one reference, which its destructor gives back. References
+ *  are taken and given back past the interface: a message may outlive it. */
 class message_t
 {
   public:
@@ -28,8 +29,7 @@ class message_t
     }
 
     message_t(const message_t& other) :
-        calls(other.calls),
-        handle(calls->sd_bus_message_ref(other.handle.get()))
+        calls(other.calls), handle(sd_bus_message_ref(other.handle.get()))
     {
     }
 
@@ -74,7 +74,6 @@ class message_t
 
     struct Release
     {
-        // Not through the interface: a message may outlive a substitute.
         void operator()(sd_bus_message* message) const
         {
             sd_bus_message_unref(message);

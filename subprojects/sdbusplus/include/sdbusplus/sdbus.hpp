@@ -26,9 +26,10 @@ class SdBusInterface
   public:
     virtual ~SdBusInterface() = default;
 
-    virtual int sd_bus_default(sd_bus** bus) = 0;
     virtual sd_bus* sd_bus_ref(sd_bus* bus) = 0;
+    virtual sd_bus* sd_bus_unref(sd_bus* bus) = 0;
     virtual sd_bus* sd_bus_flush_close_unref(sd_bus* bus) = 0;
+    virtual int sd_bus_get_unique_name(sd_bus* bus, const char** name) = 0;
     virtual int sd_bus_call(sd_bus* bus, sd_bus_message* message,
                             uint64_t timeoutMicroseconds, sd_bus_error* error,
                             sd_bus_message** reply) = 0;
@@ -36,7 +37,6 @@ class SdBusInterface
     virtual int sd_bus_message_new_method_call(
         sd_bus* bus, sd_bus_message** message, const char* service,
         const char* path, const char* interface, const char* member) = 0;
-    virtual sd_bus_message* sd_bus_message_ref(sd_bus_message* message) = 0;
 
     virtual int sd_bus_message_append_basic(sd_bus_message* message, char type,
                                             const void* value) = 0;
@@ -65,19 +65,24 @@ class SdBusInterface
 class SdBusImpl : public SdBusInterface
 {
   public:
-    int sd_bus_default(sd_bus** bus) override
-    {
-        return ::sd_bus_default(bus);
-    }
-
     sd_bus* sd_bus_ref(sd_bus* bus) override
     {
         return ::sd_bus_ref(bus);
     }
 
+    sd_bus* sd_bus_unref(sd_bus* bus) override
+    {
+        return ::sd_bus_unref(bus);
+    }
+
     sd_bus* sd_bus_flush_close_unref(sd_bus* bus) override
     {
         return ::sd_bus_flush_close_unref(bus);
+    }
+
+    int sd_bus_get_unique_name(sd_bus* bus, const char** name) override
+    {
+        return ::sd_bus_get_unique_name(bus, name);
     }
 
     int sd_bus_call(sd_bus* bus, sd_bus_message* message,
@@ -94,11 +99,6 @@ class SdBusImpl : public SdBusInterface
     {
         return ::sd_bus_message_new_method_call(bus, message, service, path,
                                                 interface, member);
-    }
-
-    sd_bus_message* sd_bus_message_ref(sd_bus_message* message) override
-    {
-        return ::sd_bus_message_ref(message);
     }
 
     int sd_bus_message_append_basic(sd_bus_message* message, char type,

@@ -1,0 +1,89 @@
+#include "bus_that_hangs_up.hpp"
+
+#include "checked.hpp"
+#include "private_bus.hpp"
+
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstring>
+#include <string>
+#include <string_view>
+
+namespace support
+{
+
+namespace
+{
+
+/** Reads until the text has come. @return false when the client has gone */
+bool waitFor(int client, std::string_view text)
+{
+    std::string received;
+    std::array<char, 1024> bytes{};
+    while (received.find(text) == std::string::npos)
+    {
+        const auto size = recv(client, bytes.data(), bytes.size(), 0);
+        if (size <= 0)
+        {
+            return false;
+        }
+        received.append(bytes.data(), static_cast<std::size_t>(size));
+    }
+    return true;
+}
+
+void authenticate(int client)
+{
+    constexpr std::string_view accepted =
+        "DATA\r\nOK 0123456789abcdef0123456789abcdef\r\nAGREE_UNIX_FD\r\n";
+    send(client, accepted.data(), accepted.size(), MSG_NOSIGNAL);
+}
+
+void serve(int listener)
+{
+    while (const Descriptor client{
+        accept4(listener, nullptr, nullptr, SOCK_CLOEXEC)})
+    {
+        if (waitFor(client.get(), "BEGIN\r\n"))
+        {
+            authenticate(client.get());
+            waitFor(client.get(), "Hello");
+        }
+    }
+}
+
+sockaddr_un busAddress()
+{
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    const std::string path =
+        PrivateBus::address().substr(std::strlen("unix:path="));
+    path.copy(address.sun_path, sizeof(address.sun_path) - 1);
+    return address;
+}
+
+} // namespace
+
+BusThatHangsUp::BusThatHangsUp() :
+    listener(checked(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0), "socket"))
+{
+    const sockaddr_un address = busAddress();
+    checked(bind(listener.get(), reinterpret_cast<const sockaddr*>(&address),
+                 sizeof(address)),
+            "bind");
+    checked(listen(listener.get(), SOMAXCONN), "listen");
+    server = std::thread(serve, listener.get());
+}
+
+BusThatHangsUp::~BusThatHangsUp()
+{
+    // Ends the accept.
+    shutdown(listener.get(), SHUT_RDWR);
+    server.join();
+    unlink(busAddress().sun_path);
+}
+
+} // namespace support
