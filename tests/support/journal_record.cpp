@@ -39,13 +39,15 @@ std::string cutCounted(std::string_view& rest)
     {
         throw std::invalid_argument("a length is cut off");
     }
-    std::uint64_t length = 0;
+    std::uint64_t claimed = 0;
     for (std::size_t i = lengthBytes; i-- > 0;)
     {
-        length = length << 8 | static_cast<unsigned char>(rest[i]);
+        claimed = claimed << 8 | static_cast<unsigned char>(rest[i]);
     }
     rest.remove_prefix(lengthBytes);
-    if (length >= rest.size() || rest[length] != '\n')
+    const auto length =
+        static_cast<std::size_t>(std::min<std::uint64_t>(claimed, rest.size()));
+    if (length == rest.size() || rest[length] != '\n')
     {
         throw std::invalid_argument("a value does not end where it says");
     }
