@@ -145,27 +145,27 @@ Outcome backedUp(const std::string& incomingImage, const std::string& slot)
     return {"", backupState(incomingImage, slot)};
 }
 
-/** The rows of a backup once the slot before is removed, which has taken so
- *  many calls more of a name. */
-std::vector<Row> rowsAfterTheRemoval(size_t more)
+/** The rows of a backup but for the removal of the slot before. */
+std::vector<Row> rowsOfBackup()
 {
     // The image goes whatever became of its copy: a caller that cannot get it
     // again keeps one.
     const Outcome noSlot = backedUp("none", "none as none");
     const Outcome noImage = backedUp("none", "none as 2.0");
     const Outcome torn = backedUp("none", "torn as 2.0");
-    return {{"newfstatat", 4 + more, noSlot},
-            {"mkdir", 1, noSlot},
-            {"newfstatat", 6 + more, noImage},
-            {"newfstatat", 7 + more, noImage},
-            {"openat", 4, noImage},
-            {"openat", 5, noImage},
-            {"fchmod", 1, torn},
-            {"sendfile", 1, torn},
-            {"unlink", 1 + more, backedUp("2.0", "2.0 as 2.0")},
-            {"openat", 12, backedUp("none", "2.0 as none")},
-            {"write", 1, backedUp("none", "2.0 as empty")},
-            {"short write", 1, backedUp("none", "2.0 as short")}};
+    return {{"stat", verifying, noSlot},
+            {"mkdir", verifying, noSlot},
+            {"stat", "incoming/firmware.tar", noImage},
+            {"stat", "verifying/firmware.tar", noImage},
+            {"open", "incoming/firmware.tar", noImage},
+            {"create", "verifying/firmware.tar", noImage},
+            {"chmod", "verifying/firmware.tar", torn},
+            {"copy", "verifying/firmware.tar", torn},
+            {"remove", "incoming/firmware.tar", backedUp("2.0", "2.0 as 2.0")},
+            {"create", "verifying/version", backedUp("none", "2.0 as none")},
+            {"write", "verifying/version", backedUp("none", "2.0 as empty")},
+            {"short write", "verifying/version",
+             backedUp("none", "2.0 as short")}};
 }
 
 Operation backupOperation()
@@ -178,7 +178,7 @@ Operation backupOperation()
                         .look = lookAtBackup,
                         .unharmed = done,
                         .refused = done,
-                        .rows = rowsAfterTheRemoval(0),
+                        .rows = rowsOfBackup(),
                         // The image is whole in one place or the other.
                         .interrupted = {backupState("2.0", "2.0 as 2.0"),
                                         backupState("none", "2.0 as none"),
@@ -188,7 +188,7 @@ Operation backupOperation()
                                     backedUp("2.0", "2.0 as none")},
                         .repair = receiveImage,
                         .disk = backup};
-    operation.rows.push_back({"newfstatat", 1, {fsError, nothing.files}});
+    operation.rows.push_back({"stat", incoming, {fsError, nothing.files}});
     for (const auto& outcome : operation.lasting)
     {
         operation.interrupted.push_back(outcome.files);
@@ -205,14 +205,14 @@ Operation replacementOperation()
     Operation operation = backupOperation();
     operation.name = "backup over a pending one";
     operation.prepare = prepareReplacement;
-    operation.rows = rowsAfterTheRemoval(1);
+    operation.rows = rowsOfBackup();
     std::ranges::copy(
-        std::initializer_list<Row>{{"newfstatat", 1, {fsError, nothing.files}},
-                                   {"openat", 3, mixed},
-                                   {"newfstatat", 4, mixed},
-                                   {"fcntl", 0, mixed},
-                                   {"getdents64", 1, mixed},
-                                   {"unlinkat", 2, mixed}},
+        std::initializer_list<Row>{{"stat", incoming, {fsError, nothing.files}},
+                                   {"open", verifying, mixed, 2},
+                                   {"fstat", verifying, mixed},
+                                   {"fcntl", verifying, mixed},
+                                   {"getdents", verifying, mixed, 1},
+                                   {"remove", "verifying/firmware.tar", mixed}},
         std::back_inserter(operation.rows));
     operation.shortOfMemory = {mixed};
     for (const auto& outcome : {nothing, backedUp("2.0", "1.5 as none")})
@@ -237,15 +237,15 @@ Operation promotionOperation()
             .look = lookAtPromotion,
             .unharmed = done,
             .refused = done,
-            .rows = {{"newfstatat", 3, {fsError, nothing.files}},
-                     {"openat", 2, nothing},
-                     {"read", 2, nothing},
-                     {"openat", 7, noVersion},
-                     {"newfstatat", 4, noVersion},
-                     {"fcntl", 0, noVersion},
-                     {"getdents64", 1, noVersion},
-                     {"unlinkat", 2, noVersion},
-                     {"rename", 1, noneVerified}},
+            .rows = {{"stat", verifying, {fsError, nothing.files}},
+                     {"open", "verifying/version", nothing, 1},
+                     {"read", "verifying/version", nothing, 1},
+                     {"open", verified, noVersion, 2},
+                     {"fstat", verified, noVersion},
+                     {"fcntl", verified, noVersion},
+                     {"getdents", verified, noVersion, 1},
+                     {"remove", "verified/firmware.tar", noVersion},
+                     {"rename", verifying, noneVerified}},
             .interrupted = {nothing.files, noVersion.files, noneVerified.files,
                             done.files},
             .lasting = {nothing},
@@ -264,10 +264,10 @@ Operation firstPromotionOperation()
             .look = lookAtPromotion,
             .unharmed = done,
             .refused = done,
-            .rows = {{"newfstatat", 3, {fsError, nothing.files}},
-                     {"openat", 2, nothing},
-                     {"read", 2, nothing},
-                     {"rename", 1, nothing}},
+            .rows = {{"stat", verifying, {fsError, nothing.files}},
+                     {"open", "verifying/version", nothing, 1},
+                     {"read", "verifying/version", nothing, 1},
+                     {"rename", verifying, nothing}},
             .interrupted = {nothing.files, done.files},
             .lasting = {nothing},
             .disk = backup};

@@ -40,8 +40,8 @@ struct Fault
 /** One run of an operation, and what it did to its process. */
 struct Run
 {
-    std::vector<std::string> calls;
-    std::vector<std::string> spoiled;
+    std::vector<SystemCall> calls;
+    std::vector<SystemCall> spoiled;
     std::optional<std::string> told;
     size_t descriptorsBefore = 0;
     size_t descriptorsAfter = 0;
@@ -51,7 +51,7 @@ struct Run
 
 bool isBroken(const Plan& plan, const std::string& call)
 {
-    return (plan.breaks("no-unlink") && call == "unlinkat") ||
+    return (plan.breaks("no-unlink") && call == "remove") ||
            (plan.breaks("no-close") && call == "close") ||
            (plan.breaks("no-fsync") && call == "fsync");
 }
@@ -104,9 +104,9 @@ Run runOnce(const Operation& operation, const Plan& plan, const Fault& fault)
         }
         if (decide(child, *call, plan, fault, run.calls.size()))
         {
-            run.spoiled.push_back(call->name);
+            run.spoiled.push_back(*call);
         }
-        run.calls.push_back(call->name);
+        run.calls.push_back(*call);
     }
     run.told = child.told();
     if (run.told)
@@ -118,33 +118,66 @@ Run runOnce(const Operation& operation, const Plan& plan, const Fault& fault)
     return run;
 }
 
+/** The row that decides on a call, or on a write that is short. */
+const Row* rowOf(const Operation& operation,
+                 const std::vector<SystemCall>& calls, size_t number,
+                 const std::string& prefix = "")
+{
+    const auto& call = calls[number];
+    const auto occurrence = static_cast<size_t>(std::count_if(
+        calls.begin(), calls.begin() + static_cast<long>(number) + 1,
+        [&](const SystemCall& other) { return call.isLike(other); }));
+    const auto row = std::ranges::find_if(operation.rows, [&](const Row& it) {
+        return it.isAbout(prefix + call.name, call.path, occurrence);
+    });
+    return row != operation.rows.end() ? &*row : nullptr;
+}
+
 /** How the operation ends when this call fails, or this write is short. */
 const Outcome& outcomeOf(const Operation& operation,
-                         const std::vector<std::string>& calls, size_t number,
+                         const std::vector<SystemCall>& calls, size_t number,
                          const std::string& prefix = "")
 {
-    const auto& name = calls[number];
-    const auto occurrence = static_cast<size_t>(std::ranges::count(
-        calls.begin(), calls.begin() + static_cast<long>(number) + 1, name));
-    for (const auto& row : operation.rows)
+    if (const Row* const row = rowOf(operation, calls, number, prefix))
     {
-        if (row.call == prefix + name &&
-            (row.occurrence == 0 || row.occurrence == occurrence))
+        return row->outcome;
+    }
+    return isOfMemory(calls[number].name) ? operation.unharmed
+                                          : operation.refused;
+}
+
+/** Rows that decide on no call: of a call that is not made (any more). */
+std::vector<const Row*> idleRows(const Operation& operation,
+                                 const std::vector<SystemCall>& calls)
+{
+    std::set<const Row*> busy;
+    for (size_t number = 0; number < calls.size(); ++number)
+    {
+        busy.insert(rowOf(operation, calls, number));
+        if (calls[number].name == "write")
         {
-            return row.outcome;
+            busy.insert(rowOf(operation, calls, number, "short "));
         }
     }
-    return isOfMemory(name) ? operation.unharmed : operation.refused;
+    std::vector<const Row*> idle;
+    for (const Row& row : operation.rows)
+    {
+        if (!busy.contains(&row))
+        {
+            idle.push_back(&row);
+        }
+    }
+    return idle;
 }
 
 /** What a fault may lead to. */
 std::vector<Outcome> allowed(const Operation& operation,
-                             const std::vector<std::string>& calls,
+                             const std::vector<SystemCall>& calls,
                              const Fault& fault)
 {
     // Those that are made again when a signal interrupts them.
     static const std::set<std::string> repeated{"flock", "read", "write"};
-    const bool isRepeated = repeated.contains(calls[fault.call]);
+    const bool isRepeated = repeated.contains(calls[fault.call].name);
     const bool isShort = fault.error == shortWrite;
     if (isShort && fault.fromThereOn)
     {
@@ -191,9 +224,14 @@ class Examination
     {
         const Run whole = runAfter({});
         expect({operation.unharmed}, whole, "no fault");
+        for (const Row* const row : idleRows(operation, whole.calls))
+        {
+            report.loss("no call " + row->text() + " in operation " +
+                        std::string(operation.name));
+        }
         for (size_t call = 0; call < whole.calls.size(); ++call)
         {
-            if (isOfMemory(whole.calls[call]))
+            if (isOfMemory(whole.calls[call].name))
             {
                 continue;
             }
@@ -210,7 +248,7 @@ class Examination
                     strike(whole.calls, {call, error, true});
                 }
             }
-            if (whole.calls[call] == "write")
+            if (whole.calls[call].name == "write")
             {
                 strike(whole.calls, {call, shortWrite, false});
                 strike(whole.calls, {call, shortWrite, true});
@@ -227,15 +265,16 @@ class Examination
         return runOnce(operation, plan, fault);
     }
 
-    void strike(const std::vector<std::string>& calls, const Fault& fault)
+    void strike(const std::vector<SystemCall>& calls, const Fault& fault)
     {
+        const auto& call = calls[fault.call];
         const auto what =
-            calls[fault.call] + " (call " + std::to_string(fault.call) + ") " +
+            call.text() + " (call " + std::to_string(fault.call) + ") " +
             (fault.error == shortWrite ? "is short"
                                        : ::strerrorname_np(fault.error)) +
             (fault.fromThereOn ? " and all after" : "");
         const Run after = runAfter(fault);
-        if (after.spoiled.empty() || after.spoiled.front() != calls[fault.call])
+        if (after.spoiled.empty() || !after.spoiled.front().isLike(call))
         {
             lose(what, "the fault did not happen");
         }
@@ -261,7 +300,8 @@ class Examination
     void expectNothingLeft(const Run& run, const std::string& what)
     {
         const auto spoiled = [&](const char* name) {
-            return static_cast<size_t>(std::ranges::count(run.spoiled, name));
+            return static_cast<size_t>(
+                std::ranges::count(run.spoiled, name, &SystemCall::name));
         };
         if (run.descriptorsAfter > run.descriptorsBefore + spoiled("close"))
         {
@@ -271,7 +311,7 @@ class Examination
         {
             lose(what, "lock kept");
         }
-        if (temporaryLeft() && spoiled("unlinkat") == 0)
+        if (temporaryLeft() && spoiled("remove") == 0)
         {
             lose(what, "temporary left");
         }

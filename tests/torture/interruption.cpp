@@ -10,7 +10,7 @@ using phosphor::software::updater::FwManager;
 
 Interruption interrupt(
     const Operation& operation, size_t number,
-    const std::function<bool(const SystemCall&, const Supervised&)>& broken,
+    const std::function<bool(const SystemCall&)>& broken,
     const std::function<void()>& end)
 {
     FwManager manager("BMC");
@@ -18,14 +18,14 @@ Interruption interrupt(
     auto call = child.next();
     for (size_t seen = 0; call && seen < number; call = child.next(), ++seen)
     {
-        broken(*call, child) ? child.pretend(0) : child.proceed();
+        broken(*call) ? child.pretend(0) : child.proceed();
     }
     end();
     const auto told = child.told();
     child.kill();
     child.wait();
     const std::string moment =
-        call ? "at " + call->name + " (call " + std::to_string(number) + ")"
+        call ? "at " + call->text() + " (call " + std::to_string(number) + ")"
              : "after its end";
     return {call, moment, told};
 }

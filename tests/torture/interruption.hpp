@@ -16,7 +16,7 @@ struct Interruption
 {
     /** None when there was no call of that number. */
     std::optional<SystemCall> call;
-    /** "at fsync (call 7)", or "after its end". */
+    /** "at fsync of /etc (call 7)", or "after its end". */
     std::string moment;
     /** What the operation told; nothing when it had not returned. */
     std::optional<std::string> told;
@@ -31,7 +31,7 @@ struct Interruption
  */
 Interruption interrupt(
     const Operation& operation, size_t number,
-    const std::function<bool(const SystemCall&, const Supervised&)>& broken,
+    const std::function<bool(const SystemCall&)>& broken,
     const std::function<void()>& end);
 
 /** Looks at what an interrupted operation left, and runs it again.

@@ -23,11 +23,11 @@ using phosphor::software::updater::FwManager;
 
 constexpr std::array sabotages{"no-rename", "no-unlink", "no-lock"};
 
-/** The system call that a sabotage makes do nothing. */
+/** What the system calls do that a sabotage leaves out. */
 std::string brokenCall(const Plan& plan)
 {
-    return plan.breaks("no-rename")   ? "renameat"
-           : plan.breaks("no-unlink") ? "unlinkat"
+    return plan.breaks("no-rename")   ? "rename"
+           : plan.breaks("no-unlink") ? "remove"
            : plan.breaks("no-lock")   ? "flock"
                                       : "";
 }
@@ -40,9 +40,7 @@ bool killAt(size_t number, const Operation& operation, const Plan& plan,
     operation.arrive();
     const auto killed = interrupt(
         operation, number,
-        [&](const SystemCall& call, const Supervised&) {
-            return call.name == brokenCall(plan);
-        },
+        [&](const SystemCall& call) { return call.name == brokenCall(plan); },
         [] {});
     report.count("kills");
     for (const auto& fault : faultsAfter(operation, killed))

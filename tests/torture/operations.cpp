@@ -136,11 +136,11 @@ std::vector<Operation> fileOperations()
          .unharmed = saved,
          .refused = {"-1", "old"},
          // A save does not tell that the release failed.
-         .rows = {{"renameat", 1, {"0", "old"}},
-                  {"fsync", 2, saved},
-                  {"unlinkat", 0, saved},
-                  {"flock", 2, saved},
-                  {"close", 0, saved}},
+         .rows = {{"rename", "version.json.tmp", {"0", "old"}},
+                  {"fsync", stateDirectory, saved},
+                  {"remove", "version.json.tmp", saved},
+                  {"unlock", "version.lock", saved},
+                  {"close", "", saved}},
          .interrupted = {"old", "new"},
          .disk = stateDirectory},
         {.name = "first save",
@@ -149,11 +149,11 @@ std::vector<Operation> fileOperations()
          .look = lookAtFirstState,
          .unharmed = saved,
          .refused = {"-1", "none"},
-         .rows = {{"renameat", 1, {"0", "none"}},
-                  {"fsync", 3, saved},
-                  {"unlinkat", 0, saved},
-                  {"flock", 2, saved},
-                  {"close", 0, saved}},
+         .rows = {{"rename", "version.json.tmp", {"0", "none"}},
+                  {"fsync", stateDirectory, saved},
+                  {"remove", "version.json.tmp", saved},
+                  {"unlock", "version.lock", saved},
+                  {"close", "", saved}},
          .interrupted = {"none", "new"},
          .disk = "/usr/share"},
         {.name = "delete",
@@ -162,10 +162,10 @@ std::vector<Operation> fileOperations()
          .look = lookAtState,
          .unharmed = deleted,
          .refused = {"-1", "old"},
-         .rows = {{"fsync", 2, {"-1", "deleted"}},
-                  {"unlinkat", 0, deleted},
-                  {"flock", 2, deleted},
-                  {"close", 0, deleted}},
+         .rows = {{"fsync", stateDirectory, {"-1", "deleted"}},
+                  {"remove", "version.json.tmp", deleted},
+                  {"unlock", "version.lock", deleted},
+                  {"close", "", deleted}},
          .interrupted = {"old", "deleted"},
          .disk = stateDirectory},
         {.name = "read",
@@ -174,9 +174,9 @@ std::vector<Operation> fileOperations()
          .look = lookAtState,
          .unharmed = readBack,
          .refused = {"\"\"", "old"},
-         .rows = {{"newfstatat", 1, {"threw filesystem error", "old"}},
-                  {"flock", 2, readBack},
-                  {"close", 0, readBack}},
+         .rows = {{"stat", "version.json", {"threw filesystem error", "old"}},
+                  {"unlock", "version.lock", readBack},
+                  {"close", "", readBack}},
          .interrupted = {"old"}},
         {.name = "config load",
          .prepare = writeConfiguration,
@@ -184,7 +184,7 @@ std::vector<Operation> fileOperations()
          .look = lookAtConfiguration,
          .unharmed = loaded,
          .refused = {"not configured", "there"},
-         .rows = {{"close", 0, loaded}},
+         .rows = {{"close", "", loaded}},
          .interrupted = {"there"}},
         {.name = "release-file change",
          .prepare = prepareRelease,
@@ -194,13 +194,13 @@ std::vector<Operation> fileOperations()
          .refused = released,
          // A file that cannot be read counts as empty, and it is written in
          // place: all that it holds is on the bus as well.
-         .rows = {{"openat", 1, {"0", "alone"}},
-                  {"read", 1, {"0", "alone"}},
-                  {"openat", 2, {"0", "old"}},
-                  {"write", 1, {"0", "empty"}},
-                  {"write", 2, {"0", "half"}},
-                  {"short write", 1, {"0", "a byte"}},
-                  {"short write", 2, {"0", "half and a byte"}}},
+         .rows = {{"open", releaseFile, {"0", "alone"}},
+                  {"read", releaseFile, {"0", "alone"}, 1},
+                  {"create", releaseFile, {"0", "old"}},
+                  {"write", releaseFile, {"0", "empty"}, 1},
+                  {"write", releaseFile, {"0", "half"}, 2},
+                  {"short write", releaseFile, {"0", "a byte"}, 1},
+                  {"short write", releaseFile, {"0", "half and a byte"}, 2}},
          .interrupted = {"old", "empty", "half", "new"},
          .lasting = {{"0", "old"}},
          .repair = prepareRelease},
@@ -208,6 +208,21 @@ std::vector<Operation> fileOperations()
 }
 
 } // namespace
+
+bool Row::isAbout(std::string_view itsCall, std::string_view itsPath,
+                  size_t itsOccurrence) const
+{
+    return call == itsCall &&
+           (path.empty() || itsPath == path ||
+            itsPath.ends_with("/" + std::string(path))) &&
+           (occurrence == 0 || occurrence == itsOccurrence);
+}
+
+std::string Row::text() const
+{
+    return (occurrence == 0 ? "" : std::to_string(occurrence) + ". ") +
+           std::string(call) + (path.empty() ? "" : " of ") + std::string(path);
+}
 
 const std::vector<Operation>& operations()
 {

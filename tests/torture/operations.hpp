@@ -21,11 +21,21 @@ struct Outcome
 /** A system call whose failure does not end the operation as most do. */
 struct Row
 {
-    /** Or "short write", on a disk that is full from then on. */
+    /** As in SystemCall; or "short write", on a disk that is full from then
+     *  on. */
     std::string_view call;
-    /** Which of its calls of this name, from 1; 0 for all of them. */
-    size_t occurrence;
+    /** The end of its path; "" for all. */
+    std::string_view path;
     Outcome outcome;
+    /** Which of these calls of the same file, from 1; 0 for all of them. */
+    size_t occurrence = 0;
+
+    [[nodiscard]] bool isAbout(std::string_view itsCall,
+                               std::string_view itsPath,
+                               size_t itsOccurrence) const;
+
+    /** "open of verifying/version" */
+    [[nodiscard]] std::string text() const;
 };
 
 /** An operation of the library on its files, and how it may end. */

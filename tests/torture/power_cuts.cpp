@@ -15,14 +15,13 @@ namespace
 
 using phosphor::software::updater::FwManager;
 
-bool isBroken(const Plan& plan, const SystemCall& call, const Supervised& child)
+bool isBroken(const Plan& plan, const SystemCall& call)
 {
     if (call.name != "fsync")
     {
         return false;
     }
-    const bool ofDirectory = std::filesystem::is_directory(
-        child.open(static_cast<int>(call.arguments[0])));
+    const bool ofDirectory = std::filesystem::is_directory(call.path);
     return plan.breaks("no-fsync") ||
            (plan.breaks("no-directory-fsync") && ofDirectory) ||
            (plan.breaks("no-file-fsync") && !ofDirectory);
@@ -73,9 +72,7 @@ class Cuts
         prepare(disk);
         const auto cut = interrupt(
             operation, number,
-            [&](const SystemCall& call, const Supervised& child) {
-                return isBroken(plan, call, child);
-            },
+            [&](const SystemCall& call) { return isBroken(plan, call); },
             [&] { disk.cutPower(); });
         disk.unmount();
 

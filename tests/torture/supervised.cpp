@@ -1,6 +1,7 @@
 #include "supervised.hpp"
 
 #include "support/checked.hpp"
+#include "support/system_calls.hpp"
 
 #include <seccomp.h>
 
@@ -14,7 +15,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <array>
 #include <csignal>
 #include <cstdlib>
@@ -178,14 +178,11 @@ std::optional<SystemCall> Supervised::next()
         return std::nullopt;
     }
     waiting = request.id;
-    if (request.data.nr == SYS_exit_group)
+    auto call = describe(pid, request.data);
+    if (call.name == "exit_group")
     {
         return std::nullopt;
     }
-    const std::unique_ptr<char, decltype([](char* it) { std::free(it); })> name(
-        seccomp_syscall_resolve_num_arch(request.data.arch, request.data.nr));
-    SystemCall call{name ? name.get() : std::to_string(request.data.nr), {}};
-    std::ranges::copy(request.data.args, call.arguments.begin());
     return call;
 }
 
@@ -224,11 +221,10 @@ void Supervised::writeOneByte(const SystemCall& call)
                           static_cast<int>(call.arguments[0]), 0),
                 "pidfd_getfd")));
     char byte = 0;
-    const iovec here{&byte, 1};
-    // NOLINTNEXTLINE(performance-no-int-to-ptr): an address of the child
-    const iovec there{reinterpret_cast<void*>(call.arguments[1]), 1};
-    checked(::process_vm_readv(pid, &here, 1, &there, 1, 0),
-            "process_vm_readv");
+    if (readMemory(pid, call.arguments[1], &byte, 1) != 1)
+    {
+        throw std::runtime_error("no byte to write");
+    }
     pretend(checked(::write(file.get(), &byte, 1), "write"));
 }
 
@@ -248,11 +244,6 @@ std::set<int> Supervised::descriptors() const
     return numbers;
 }
 
-std::filesystem::path Supervised::open(int descriptor) const
-{
-    return "/proc/" + std::to_string(pid) + "/fd/" + std::to_string(descriptor);
-}
-
 std::optional<std::string> Supervised::told() const
 {
     return shared->returned ? std::optional<std::string>(shared->text.data())
@@ -267,12 +258,20 @@ int Supervised::wait()
     return WIFSIGNALED(status) ? -WTERMSIG(status) : WEXITSTATUS(status);
 }
 
-void swallow(const std::string& systemCall)
+void swallow(const std::string& name)
 {
     const Filter filter = makeFilter(SCMP_ACT_ALLOW);
-    const int number = seccomp_syscall_resolve_name(systemCall.c_str());
-    checkedSystemd(seccomp_rule_add(filter.get(), SCMP_ACT_ERRNO(0), number, 0),
-                   "seccomp_rule_add");
+    for (const auto& systemName : support::systemNamesOf(name))
+    {
+        const int number = seccomp_syscall_resolve_name(systemName.c_str());
+        // Negative when the machine has no such call.
+        if (number >= 0)
+        {
+            checkedSystemd(
+                seccomp_rule_add(filter.get(), SCMP_ACT_ERRNO(0), number, 0),
+                "seccomp_rule_add");
+        }
+    }
     load(filter);
 }
 

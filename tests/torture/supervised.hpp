@@ -2,12 +2,11 @@
 
 #include "support/descriptor.hpp"
 #include "support/shared_memory.hpp"
+#include "system_call.hpp"
 
 #include <sys/types.h>
 
-#include <array>
 #include <cstdint>
-#include <filesystem>
 #include <functional>
 #include <optional>
 #include <set>
@@ -15,13 +14,6 @@
 
 namespace torture
 {
-
-/** A system call that waits for its verdict. */
-struct SystemCall
-{
-    std::string name;
-    std::array<uint64_t, 6> arguments;
-};
 
 /**
  * A forked child that runs a function, and whose system calls are decided one
@@ -66,9 +58,6 @@ class Supervised
     /** The child's open descriptors, as numbers. */
     [[nodiscard]] std::set<int> descriptors() const;
 
-    /** A path to what the child has open under this number. */
-    [[nodiscard]] std::filesystem::path open(int descriptor) const;
-
     /** What the function told; nothing as long as it has not returned. */
     [[nodiscard]] std::optional<std::string> told() const;
 
@@ -86,8 +75,8 @@ class Supervised
     uint64_t waiting = 0;
 };
 
-/** From now on the calling process and its children do not make calls of this
- *  name, and each seems to have worked. */
-void swallow(const std::string& systemCall);
+/** From now on the calling process and its children do not make the calls that
+ *  do this, such as "rename", and each seems to have worked. */
+void swallow(const std::string& name);
 
 } // namespace torture
