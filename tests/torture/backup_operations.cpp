@@ -145,27 +145,41 @@ Outcome backedUp(const std::string& incomingImage, const std::string& slot)
     return {"", backupState(incomingImage, slot)};
 }
 
-/** The rows of a backup but for the removal of the slot before. */
-std::vector<Row> rowsOfBackup()
+/** The rows of a backup but for the removal of the slot before.
+ *  @param before  what the files hold when nothing has been done */
+std::vector<Row> rowsOfBackup(const std::string& before)
 {
     // The image goes whatever became of its copy: a caller that cannot get it
     // again keeps one.
     const Outcome noSlot = backedUp("none", "none as none");
     const Outcome noImage = backedUp("none", "none as 2.0");
     const Outcome torn = backedUp("none", "torn as 2.0");
-    return {{"stat", verifying, noSlot},
-            {"mkdir", verifying, noSlot},
-            {"stat", "incoming/firmware.tar", noImage},
-            {"stat", "verifying/firmware.tar", noImage},
-            {"open", "incoming/firmware.tar", noImage},
-            {"create", "verifying/firmware.tar", noImage},
-            {"chmod", "verifying/firmware.tar", torn},
-            {"copy", "verifying/firmware.tar", torn},
-            {"remove", "incoming/firmware.tar", backedUp("2.0", "2.0 as 2.0")},
-            {"create", "verifying/version", backedUp("none", "2.0 as none")},
-            {"write", "verifying/version", backedUp("none", "2.0 as empty")},
-            {"short write", "verifying/version",
-             backedUp("none", "2.0 as short")}};
+    return {
+        {"stat", incoming, {fsError, before}},
+        {"stat", verifying, noSlot},
+        {"mkdir", verifying, noSlot},
+        {"stat", "incoming/firmware.tar", noImage},
+        {"stat", "verifying/firmware.tar", noImage},
+        {"open", "incoming/firmware.tar", noImage},
+        {"create", "verifying/firmware.tar", noImage},
+        {"chmod", "verifying/firmware.tar", torn},
+        {"copy", "verifying/firmware.tar", torn},
+        {"remove", "incoming/firmware.tar", backedUp("2.0", "2.0 as 2.0")},
+        {"create", "verifying/version", backedUp("none", "2.0 as none")},
+        {"write", "verifying/version", backedUp("none", "2.0 as empty")},
+        {"short write", "verifying/version", backedUp("none", "2.0 as short")}};
+}
+
+/** The rows of the removal of a slot.
+ *  @param kept  what it ends with when the slot cannot be removed any more */
+std::vector<Row> rowsOfRemoval(const std::string& slot, const Outcome& kept)
+{
+    // Opened for the second time: its version has been removed from it.
+    return {{"open", slot, kept, 2},
+            {"fstat", slot, kept},
+            {"fcntl", slot, kept},
+            {"getdents", slot, kept, 1},
+            {"remove", slot + "/firmware.tar", kept}};
 }
 
 Operation backupOperation()
@@ -178,7 +192,7 @@ Operation backupOperation()
                         .look = lookAtBackup,
                         .unharmed = done,
                         .refused = done,
-                        .rows = rowsOfBackup(),
+                        .rows = rowsOfBackup(nothing.files),
                         // The image is whole in one place or the other.
                         .interrupted = {backupState("2.0", "2.0 as 2.0"),
                                         backupState("none", "2.0 as none"),
@@ -188,7 +202,6 @@ Operation backupOperation()
                                     backedUp("2.0", "2.0 as none")},
                         .repair = receiveImage,
                         .disk = backup};
-    operation.rows.push_back({"stat", incoming, {fsError, nothing.files}});
     for (const auto& outcome : operation.lasting)
     {
         operation.interrupted.push_back(outcome.files);
@@ -205,15 +218,9 @@ Operation replacementOperation()
     Operation operation = backupOperation();
     operation.name = "backup over a pending one";
     operation.prepare = prepareReplacement;
-    operation.rows = rowsOfBackup();
-    std::ranges::copy(
-        std::initializer_list<Row>{{"stat", incoming, {fsError, nothing.files}},
-                                   {"open", verifying, mixed, 2},
-                                   {"fstat", verifying, mixed},
-                                   {"fcntl", verifying, mixed},
-                                   {"getdents", verifying, mixed, 1},
-                                   {"remove", "verifying/firmware.tar", mixed}},
-        std::back_inserter(operation.rows));
+    operation.rows = rowsOfBackup(nothing.files);
+    std::ranges::copy(rowsOfRemoval(verifying, mixed),
+                      std::back_inserter(operation.rows));
     operation.shortOfMemory = {mixed};
     for (const auto& outcome : {nothing, backedUp("2.0", "1.5 as none")})
     {
@@ -231,27 +238,26 @@ Operation promotionOperation()
     const Outcome noVersion{"", promotionState("2.0 as 2.0", "1.0 as none")};
     const Outcome noneVerified{"",
                                promotionState("2.0 as 2.0", "none as none")};
-    return {.name = "promotion",
-            .prepare = preparePromotion,
-            .run = promote,
-            .look = lookAtPromotion,
-            .unharmed = done,
-            .refused = done,
-            .rows = {{"stat", verifying, {fsError, nothing.files}},
-                     {"open", "verifying/version", nothing, 1},
-                     {"read", "verifying/version", nothing, 1},
-                     {"open", verified, noVersion, 2},
-                     {"fstat", verified, noVersion},
-                     {"fcntl", verified, noVersion},
-                     {"getdents", verified, noVersion, 1},
-                     {"remove", "verified/firmware.tar", noVersion},
-                     {"rename", verifying, noneVerified}},
-            .interrupted = {nothing.files, noVersion.files, noneVerified.files,
-                            done.files},
-            .lasting = {nothing},
-            // A removal takes a failed allocation for a failure of its own.
-            .shortOfMemory = {noVersion},
-            .disk = backup};
+    Operation operation{
+        .name = "promotion",
+        .prepare = preparePromotion,
+        .run = promote,
+        .look = lookAtPromotion,
+        .unharmed = done,
+        .refused = done,
+        .rows = {{"stat", verifying, {fsError, nothing.files}},
+                 {"open", "verifying/version", nothing, 1},
+                 {"read", "verifying/version", nothing, 1},
+                 {"rename", verifying, noneVerified}},
+        .interrupted = {nothing.files, noVersion.files, noneVerified.files,
+                        done.files},
+        .lasting = {nothing},
+        // A removal takes a failed allocation for a failure of its own.
+        .shortOfMemory = {noVersion},
+        .disk = backup};
+    std::ranges::copy(rowsOfRemoval(verified, noVersion),
+                      std::back_inserter(operation.rows));
+    return operation;
 }
 
 Operation firstPromotionOperation()

@@ -213,15 +213,15 @@ bool Row::isAbout(std::string_view itsCall, std::string_view itsPath,
                   size_t itsOccurrence) const
 {
     return call == itsCall &&
-           (path.empty() || itsPath == path ||
-            itsPath.ends_with("/" + std::string(path))) &&
+           (path.empty() || itsPath == path || itsPath.ends_with("/" + path)) &&
            (occurrence == 0 || occurrence == itsOccurrence);
 }
 
 std::string Row::text() const
 {
-    return (occurrence == 0 ? "" : std::to_string(occurrence) + ". ") +
-           std::string(call) + (path.empty() ? "" : " of ") + std::string(path);
+    return std::string(call) + (path.empty() ? "" : " of ") + path +
+           (occurrence < 2 ? ""
+                           : " (number " + std::to_string(occurrence) + ")");
 }
 
 const std::vector<Operation>& operations()

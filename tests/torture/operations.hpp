@@ -25,7 +25,7 @@ struct Row
      *  on. */
     std::string_view call;
     /** The end of its path; "" for all. */
-    std::string_view path;
+    std::string path;
     Outcome outcome;
     /** Which of these calls of the same file, from 1; 0 for all of them. */
     size_t occurrence = 0;
