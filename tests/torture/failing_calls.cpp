@@ -176,7 +176,8 @@ std::vector<Outcome> allowed(const Operation& operation,
                              const Fault& fault)
 {
     // Those that are made again when a signal interrupts them.
-    static const std::set<std::string> repeated{"flock", "read", "write"};
+    static const std::set<std::string> repeated{"flock", "read", "write",
+                                                "copy"};
     const bool isRepeated = repeated.contains(calls[fault.call].name);
     const bool isShort = fault.error == shortWrite;
     if (isShort && fault.fromThereOn)

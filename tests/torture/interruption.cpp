@@ -8,10 +8,9 @@ namespace torture
 
 using phosphor::software::updater::FwManager;
 
-Interruption interrupt(
-    const Operation& operation, size_t number,
-    const std::function<bool(const SystemCall&)>& broken,
-    const std::function<void()>& end)
+Interruption interrupt(const Operation& operation, size_t number,
+                       const std::function<bool(const SystemCall&)>& broken,
+                       const std::function<void()>& end)
 {
     FwManager manager("BMC");
     Supervised child([&] { return tell(operation, manager); });
