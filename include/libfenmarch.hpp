@@ -16,8 +16,8 @@
 #include <xyz/openbmc_project/Software/Activation/common.hpp>
 #include <xyz/openbmc_project/Software/Version/common.hpp>
 
-#include <cstddef>
 #include <cstdint>
+#include <libfenmarch/platform.hpp>
 #include <map>
 #include <string>
 #include <vector>
@@ -145,11 +145,12 @@ int bmcReleaseFileItemSet(const std::string& path, const std::string& key,
  *
  * Every constructor takes a reference to the calling thread's default bus
  * connection (sd_bus_default(), the system bus for a system service) and, if it
- * is new, waits until the bus has accepted it. A failure to reach the bus is
- * not reported there. Without a bus, with one that hangs up, with a connection
- * that is closed, and in a child of the process that opened the connection,
- * the manager has no connection as long as it lives: its bus operations throw
- * sdbusplus::exception::SdBusError (ENOTCONN). Files are not affected.
+ * is new, waits until the bus has accepted it, for up to 90 seconds. A failure
+ * to reach the bus is not reported there. Without a bus, with one that hangs up
+ * or never answers, with a connection that is closed, and in a child of the
+ * process that opened the connection, the manager has no connection as long as
+ * it lives: its bus operations throw sdbusplus::exception::SdBusError
+ * (ENOTCONN). Files are not affected.
  *
  * All managers of a thread share that one connection, and destroying any of
  * them flushes and closes it. The bus operations of the others return their
@@ -162,7 +163,7 @@ int bmcReleaseFileItemSet(const std::string& path, const std::string& key,
  * caller who wants to go on destroys all managers of the thread and makes new
  * ones.
  */
-class FwManager
+class FENMARCH_ON_PLATFORM FwManager
 {
   public:
     /**
@@ -536,13 +537,6 @@ class FwManager
      *  disablePowerOp(), with "Enable power operation failed: {ERROR}". */
     int enablePowerOp();
 
-    /**
-     * Not for callers. The library defines it for the bus_t that it was built
-     * on, so a program compiled against another sdbusplus does not link.
-     */
-    template <typename Bus, std::size_t size>
-    static const char builtOn;
-
     VersionPurpose purpose{};
     /** Keys the records, the files and the bus objects of the firmware. */
     std::string name;
@@ -566,14 +560,6 @@ class FwManager
     std::string procPowerDown;
     bool configLoaded = false;
 };
-
-// With a visibility of its own: clang would take that of bus_t.
-extern template __attribute__((visibility("default")))
-const char FwManager::builtOn<sdbusplus::bus_t, sizeof(sdbusplus::bus_t)>;
-
-/** Makes every program that includes this header refer to builtOn. */
-[[gnu::used]] inline const char* const builtOnSameBus =
-    &FwManager::builtOn<sdbusplus::bus_t, sizeof(sdbusplus::bus_t)>;
 
 } // namespace phosphor::software::updater
 

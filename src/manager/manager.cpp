@@ -7,11 +7,6 @@
 namespace phosphor::software::updater
 {
 
-template <typename Bus, std::size_t size>
-const char FwManager::builtOn = 0;
-template const char
-    FwManager::builtOn<sdbusplus::bus_t, sizeof(sdbusplus::bus_t)>;
-
 namespace
 {
 

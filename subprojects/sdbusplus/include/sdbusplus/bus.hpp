@@ -26,6 +26,9 @@ inline namespace fenmarch_subset
 class bus_t
 {
   public:
+    /** The package's bus_t has no such member. */
+    struct FenmarchSubset;
+
     /** Takes over the caller's reference. */
     bus_t(sd_bus* bus, std::false_type) : bus_t(bus, Release{&sdbus_impl})
     {
