@@ -1,0 +1,27 @@
+/* A unit test of a service, with a class of its own in the library's place. */
+#include <libfenmarch.hpp>
+
+#include <type_traits>
+
+namespace phosphor::software::updater
+{
+
+FwManager::FwManager(const char* firmwareName) :
+    name(firmwareName), bus(nullptr, std::false_type())
+{
+}
+
+FwManager::~FwManager() = default;
+
+int FwManager::disablePowerOp()
+{
+    return 7;
+}
+
+} // namespace phosphor::software::updater
+
+int main()
+{
+    phosphor::software::updater::FwManager manager("BMC");
+    return manager.disablePowerOp() == 7 ? 0 : 1;
+}

@@ -1,0 +1,13 @@
+/* A part of a service that uses the enumerations alone. */
+#include <libfenmarch.hpp>
+
+using phosphor::software::updater::Activations;
+using phosphor::software::updater::VersionPurpose;
+
+int main(int argc, char**)
+{
+    const auto purpose = argc == 1 ? VersionPurpose::BMC : VersionPurpose::Host;
+    const auto state = argc == 1 ? Activations::Active : Activations::Staged;
+    return purpose == VersionPurpose::BMC && state == Activations::Active ? 0
+                                                                          : 1;
+}
