@@ -121,14 +121,15 @@ Run runOnce(const Operation& operation, const Plan& plan, const Fault& fault)
 /** The row that decides on a call, or on a write that is short. */
 const Row* rowOf(const Operation& operation,
                  const std::vector<SystemCall>& calls, size_t number,
-                 const std::string& prefix = "")
+                 std::string_view prefix = "")
 {
     const auto& call = calls[number];
     const auto occurrence = static_cast<size_t>(std::count_if(
         calls.begin(), calls.begin() + static_cast<long>(number) + 1,
         [&](const SystemCall& other) { return call.isLike(other); }));
     const auto row = std::ranges::find_if(operation.rows, [&](const Row& it) {
-        return it.isAbout(prefix + call.name, call.path, occurrence);
+        return it.isAbout(std::string(prefix) + call.name, call.path,
+                          occurrence);
     });
     return row != operation.rows.end() ? &*row : nullptr;
 }
@@ -136,7 +137,7 @@ const Row* rowOf(const Operation& operation,
 /** How the operation ends when this call fails, or this write is short. */
 const Outcome& outcomeOf(const Operation& operation,
                          const std::vector<SystemCall>& calls, size_t number,
-                         const std::string& prefix = "")
+                         std::string_view prefix = "")
 {
     if (const Row* const row = rowOf(operation, calls, number, prefix))
     {
