@@ -2,17 +2,22 @@
 
 #include "checked.hpp"
 #include "descriptor.hpp"
+#include "files.hpp"
 #include "fixed_paths.hpp"
 
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <filesystem>
+#include <fstream>
+#include <iostream>
 #include <stdexcept>
 #include <string>
 #include <system_error>
-#include <utility>
 #include <vector>
 
 namespace support
@@ -23,43 +28,89 @@ namespace fs = std::filesystem;
 namespace
 {
 
-/** Removes paths when this process exits, but not when a child of it does. */
-class RemovalAtExit
+using Paths = std::vector<fs::path>;
+
+/** What to remove, a path in each line. It is there while a process is in
+ *  place, and after one that was killed. */
+constexpr auto record = "/etc/libfenmarch-in-place";
+
+std::string joined(const Paths& paths, const std::string& separator)
 {
-  public:
-    RemovalAtExit(Descriptor held, std::vector<fs::path> made) :
-        lock(std::move(held)), paths(std::move(made))
+    std::string text;
+    for (const auto& path : paths)
     {
+        text += (text.empty() ? "" : separator) + path.string();
     }
+    return text;
+}
 
-    ~RemovalAtExit()
+void writeRecord(const Paths& paths)
+{
+    // A path that is cut off would be another directory's.
+    const std::string whole = std::string(record) + ".new";
+    writeFile(whole, joined(paths, "\n") + '\n');
+    fs::rename(whole, record);
+}
+
+Paths readRecord()
+{
+    Paths paths;
+    std::ifstream file(record);
+    for (std::string line; std::getline(file, line);)
     {
-        if (getpid() != owner)
+        paths.emplace_back(line);
+    }
+    return paths;
+}
+
+void removeRecorded()
+{
+    for (const auto& path : readRecord())
+    {
+        fs::remove_all(path);
+    }
+    fs::remove(record);
+}
+
+void removeLeftovers()
+{
+    if (const Paths left = readRecord(); !left.empty())
+    {
+        std::cerr << "in place: a run before was killed; removing what it left:"
+                  << ' ' << joined(left, ", ") << std::endl;
+        removeRecorded();
+    }
+}
+
+bool isThere(const fs::path& path)
+{
+    return fs::exists(fs::symlink_status(path));
+}
+
+void refuseExistingPaths()
+{
+    Paths existing;
+    for (const fs::path path : fixedPaths)
+    {
+        if (isThere(path))
         {
-            return;
-        }
-        for (const auto& path : paths)
-        {
-            std::error_code ignored;
-            fs::remove_all(path, ignored);
+            existing.push_back(path);
         }
     }
-
-    RemovalAtExit(const RemovalAtExit&) = delete;
-    RemovalAtExit& operator=(const RemovalAtExit&) = delete;
-
-  private:
-    pid_t owner = getpid();
-    Descriptor lock;
-    std::vector<fs::path> paths;
-};
+    if (!existing.empty())
+    {
+        throw std::runtime_error(
+            "cannot run in place: this machine has " + joined(existing, ", ") +
+            "\nMove them away, or run it in a container without them.");
+    }
+}
 
 /** The topmost of the directories above the path, or the path itself, that
  *  does not exist yet: all of it is going to be the tests' own. */
 fs::path firstMissing(const fs::path& path)
 {
     fs::path current = path;
-    while (!fs::exists(fs::symlink_status(current.parent_path())))
+    while (!isThere(current.parent_path()))
     {
         current = current.parent_path();
     }
@@ -74,22 +125,115 @@ Descriptor lockRun()
     return directory;
 }
 
+/** The signals that end a program from outside, and that of a child's end. */
+sigset_t signalsAwaited()
+{
+    sigset_t signals;
+    sigemptyset(&signals);
+    for (const int number : {SIGINT, SIGQUIT, SIGTERM, SIGHUP, SIGCHLD})
+    {
+        sigaddset(&signals, number);
+    }
+    return signals;
+}
+
+/** Passes signals on until the child has ended. @return as of waitpid(2) */
+int awaitEnd(pid_t child, const sigset_t& signals)
+{
+    int status = 0;
+    while (waitpid(child, &status, WNOHANG) == 0)
+    {
+        int number = 0;
+        sigwait(&signals, &number);
+        if (number != SIGCHLD)
+        {
+            kill(child, number);
+        }
+    }
+    return status;
+}
+
+/** What the child left running has become children of this process. */
+void endChildren()
+{
+    pid_t child = 0;
+    while (std::ifstream("/proc/thread-self/children") >> child)
+    {
+        kill(child, SIGKILL);
+        waitpid(child, nullptr, 0);
+    }
+}
+
+[[noreturn]] void endAs(int status)
+{
+    if (WIFSIGNALED(status))
+    {
+        sigset_t all;
+        sigfillset(&all);
+        std::signal(WTERMSIG(status), SIG_DFL);
+        sigprocmask(SIG_UNBLOCK, &all, nullptr);
+        std::raise(WTERMSIG(status));
+    }
+    _exit(WEXITSTATUS(status));
+}
+
+[[noreturn]] void stayBehind(pid_t child, const sigset_t& signals)
+{
+    const int status = awaitEnd(child, signals);
+    endChildren();
+    try
+    {
+        removeRecorded();
+    }
+    catch (const std::exception& error)
+    {
+        std::cerr << "in place: " << error.what() << std::endl;
+        _exit(EXIT_FAILURE);
+    }
+    endAs(status);
+}
+
+/** Returns in a child, which this process stays behind for. */
+void goOnInChild()
+{
+    const sigset_t signals = signalsAwaited();
+    sigset_t before;
+    checked(sigprocmask(SIG_BLOCK, &signals, &before), "sigprocmask");
+    checked(prctl(PR_SET_CHILD_SUBREAPER, 1), "prctl");
+    const pid_t parent = getpid();
+    const pid_t child = checked(fork(), "fork");
+    if (child != 0)
+    {
+        stayBehind(child, signals);
+    }
+    checked(prctl(PR_SET_PDEATHSIG, SIGKILL), "prctl");
+    if (getppid() != parent)
+    {
+        _exit(EXIT_FAILURE);
+    }
+    checked(sigprocmask(SIG_SETMASK, &before, nullptr), "sigprocmask");
+}
+
 } // namespace
 
 void stayInPlace()
 {
-    Descriptor lock = lockRun();
-    std::vector<fs::path> removals;
+    if (geteuid() != 0)
+    {
+        throw std::runtime_error(
+            "cannot run in place: only root can write to /etc and /usr/share\n"
+            "Run it as root.");
+    }
+    const Descriptor lock = lockRun();
+    removeLeftovers();
+    refuseExistingPaths();
+    Paths made;
     for (const fs::path path : fixedPaths)
     {
-        if (fs::exists(fs::symlink_status(path)))
-        {
-            throw std::runtime_error("cannot run in place: " + path.string() +
-                                     " exists on this host");
-        }
-        removals.push_back(firstMissing(path));
+        made.push_back(firstMissing(path));
     }
-    static const RemovalAtExit removal(std::move(lock), std::move(removals));
+    writeRecord(made);
+    goOnInChild();
 }
 
 } // namespace support

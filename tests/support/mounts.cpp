@@ -1,9 +1,14 @@
 #include "mounts.hpp"
 
 #include "checked.hpp"
+#include "descriptor.hpp"
 
+#include <fcntl.h>
+#include <sched.h>
 #include <sys/mount.h>
+#include <unistd.h>
 
+#include <cerrno>
 #include <string>
 
 namespace support
@@ -27,10 +32,42 @@ void bindMount(const std::filesystem::path& source,
             "bind " + source.string() + " to " + target.string());
 }
 
+namespace
+{
+
+bool makePrivateBelowRoot()
+{
+    return mount(nullptr, "/", "none", MS_REC | MS_PRIVATE, nullptr) == 0;
+}
+
+Descriptor openOnly(const char* path, int flags)
+{
+    Descriptor file(open(path, flags | O_CLOEXEC));
+    checked(file.get(), std::string("open ") + path);
+    return file;
+}
+
+} // namespace
+
 void makeMountsPrivate()
 {
-    checked(mount(nullptr, "/", "none", MS_REC | MS_PRIVATE, nullptr),
-            "make the mounts private");
+    if (makePrivateBelowRoot())
+    {
+        return;
+    }
+    if (errno != EINVAL)
+    {
+        throwErrno("make the mounts private");
+    }
+    // The root is no mount point, as in a plain chroot. To enter the namespace
+    // again leads to the root of the namespace, which is one. A bind of the
+    // root onto itself would be seen outside as long as nothing is private.
+    const Descriptor root = openOnly("/", O_PATH | O_DIRECTORY);
+    const Descriptor mountNamespace = openOnly("/proc/self/ns/mnt", O_RDONLY);
+    checked(setns(mountNamespace.get(), CLONE_NEWNS), "leave the chroot");
+    checked(makePrivateBelowRoot() ? 0 : -1, "make the mounts private");
+    checked(fchdir(root.get()), "return to the chroot");
+    checked(chroot("."), "return to the chroot");
 }
 
 bool mountRootOverlay(const std::filesystem::path& target,

@@ -14,10 +14,12 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iostream>
+#include <stdexcept>
 #include <string>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -186,38 +188,25 @@ void becomeRootOfUserNamespace(uid_t user, gid_t group)
     writeProcFile("/proc/self/gid_map", "0 " + std::to_string(group) + " 1");
 }
 
-/** @return false where the kernel refuses such namespaces to this process */
-bool unshareIfAllowed(int flags)
-{
-    if (unshare(flags) == 0)
-    {
-        return true;
-    }
-    if (errno == EPERM || errno == ENOSPC || errno == EINVAL || errno == ENOSYS)
-    {
-        return false;
-    }
-    throwErrno("unshare");
-}
-
-} // namespace
-
-Isolation enterSandbox()
+/** As root a mount namespace, else one with a user namespace in which this
+ *  process is root. @return whether it is still root of the host */
+bool enterNamespaces()
 {
     const uid_t user = geteuid();
     const gid_t group = getegid();
-    const bool hostRoot = user == 0 && unshareIfAllowed(CLONE_NEWNS);
-    if (!hostRoot)
+    // Root of a container may have the right to the second alone.
+    if (user == 0 && unshare(CLONE_NEWNS) == 0)
     {
-        if (!unshareIfAllowed(CLONE_NEWUSER | CLONE_NEWNS))
-        {
-            std::cerr << "sandbox: the kernel refuses namespaces: "
-                      << "using the fixed paths of this host\n";
-            stayInPlace();
-            return Isolation::inPlace;
-        }
-        becomeRootOfUserNamespace(user, group);
+        return true;
     }
+    checked(unshare(CLONE_NEWUSER | CLONE_NEWNS), "mount namespace");
+    becomeRootOfUserNamespace(user, group);
+    return false;
+}
+
+Isolation setApart()
+{
+    const bool hostRoot = enterNamespaces();
     makeMountsPrivate();
     const std::vector<HeldDirectory> trees = holdTrees();
     if (hostRoot && rootIsOneFilesystem() && enterOverlay(trees))
@@ -226,6 +215,39 @@ Isolation enterSandbox()
     }
     enterMirrors(trees);
     return Isolation::mirrors;
+}
+
+// AppArmor's profile of a container refuses mounts, whatever its rights.
+constexpr auto remedy =
+    "Run it as root; in a container made by docker run with --cap-add "
+    "SYS_ADMIN --security-opt apparmor=unconfined; or, as root, on the "
+    "machine's own files: with --in-place, or LIBFENMARCH_IN_PLACE=1.";
+
+bool inPlaceIsAskedFor()
+{
+    const char* const value = std::getenv(inPlaceVariable);
+    return value != nullptr && *value != '\0';
+}
+
+} // namespace
+
+Isolation enterSandbox()
+{
+    if (inPlaceIsAskedFor())
+    {
+        stayInPlace();
+        return Isolation::inPlace;
+    }
+    try
+    {
+        return setApart();
+    }
+    catch (const std::system_error& error)
+    {
+        throw std::runtime_error(
+            std::string("this machine gives no sandbox: ") + error.what() +
+            '\n' + remedy);
+    }
 }
 
 } // namespace support

@@ -8,8 +8,11 @@ enum class Isolation
 {
     overlay, //!< as root: an overlay of / above a tmpfs, entered by chroot
     mirrors, //!< else: /etc and /usr/share mirrored in a mount namespace
-    inPlace  //!< the kernel refuses namespaces: the host itself, cleaned up
+    inPlace  //!< asked for: not at all, but what is made is removed
 };
+
+/** Has enterSandbox() stay in place, unless it is unset or empty. */
+inline constexpr auto inPlaceVariable = "LIBFENMARCH_IN_PLACE";
 
 /**
  * Sets this process apart, so that the fixed paths of the library can be used
@@ -24,16 +27,14 @@ enum class Isolation
  * and the entries of /etc, /etc/default and /usr/share are mounted one by one
  * into directories of its own: new entries disappear, old ones are the host's.
  *
- * Call it once, before the first thread starts.
+ * Where the environment asks for it, the process uses the fixed paths of the
+ * host itself instead: see stayInPlace(). It is a forked child then, and other
+ * programs that stay in place wait until it has ended.
  *
- * Where the kernel refuses namespaces it says so on standard error and stays
- * in place, but only if none of the fixed paths exists on the host; what the
- * tests make there is removed when the process exits (not when it crashes: the
- * next run then names the path that is left). Programs that stay in place wait
- * for each other here.
+ * Call it once, before the first thread and the first child start.
  *
- * @throws std::runtime_error naming what stands in the way; the process is
- *         then set apart by half and is to end
+ * @throws std::runtime_error with two lines: what stands in the way, and what
+ *         to do. The process may be set apart by half and is to end.
  */
 Isolation enterSandbox();
 

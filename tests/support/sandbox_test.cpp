@@ -6,12 +6,21 @@
 
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
 #include <sys/mman.h>
+#include <sys/mount.h>
 #include <sys/prctl.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstddef>
+#include <cstdio>
 #include <cstdlib>
 #include <exception>
 #include <filesystem>
@@ -41,13 +50,19 @@ constexpr std::array fixedPaths{
     "/run/systemd/journal/socket", "/run/dbus/system_bus_socket",
 };
 
+constexpr auto whatToDo =
+    "\nRun it as root; in a container made by docker run with --cap-add "
+    "SYS_ADMIN --security-opt apparmor=unconfined; or, as root, on the "
+    "machine's own files: with --in-place, or LIBFENMARCH_IN_PLACE=1.";
+
 /** What the function returns, or the text of what it throws, in a child that
- *  exits as an ordinary process does. */
+ *  exits as an ordinary process does and was not asked to stay in place. */
 std::string inChild(const std::function<std::string()>& work)
 {
     const Descriptor result(memfd_create("result", MFD_CLOEXEC));
     checked(result.get(), "memfd_create");
     Child child([&]() -> int {
+        unsetenv(support::inPlaceVariable);
         std::string text;
         try
         {
@@ -61,7 +76,7 @@ std::string inChild(const std::function<std::string()>& work)
         std::exit(0);
     });
     const int status = child.wait();
-    std::array<char, 4096> text{};
+    std::array<char, 65536> text{};
     const auto size =
         checked(pread(result.get(), text.data(), text.size(), 0), "pread");
     const std::string outcome(text.data(), static_cast<std::size_t>(size));
@@ -106,6 +121,12 @@ std::string isolationOfOrdinaryUser()
         becomeOrdinaryUser();
         return nameOf(enterSandbox());
     });
+}
+
+bool canBeSetApart()
+{
+    const std::string isolation = isolationHere();
+    return isolation == "overlay" || isolation == "mirrors";
 }
 
 void writeText(const fs::path& path, const std::string& text)
@@ -197,14 +218,12 @@ class SandboxFor : public testing::TestWithParam<Isolation>
   protected:
     void SetUp() override
     {
-        if (GetParam() == Isolation::overlay && isolationHere() != "overlay")
+        const std::string isolation = GetParam() == Isolation::overlay
+                                          ? isolationHere()
+                                          : isolationOfOrdinaryUser();
+        if (isolation != nameOf(GetParam()))
         {
-            GTEST_SKIP() << "no overlay for this user on this kernel";
-        }
-        if (GetParam() == Isolation::mirrors &&
-            isolationOfOrdinaryUser() != "mirrors")
-        {
-            GTEST_SKIP() << "no user namespaces on this kernel";
+            GTEST_SKIP() << "here it is: " << isolation;
         }
     }
 
@@ -303,25 +322,163 @@ TEST_P(SandboxFor, CanBeUsedWithChildrenOfItsOwn)
               "sandbox_test");
 }
 
-TEST_P(SandboxFor, ThrowsWhenItIsSetApartByHalf)
+constexpr auto plainRoot = "/run/lock/root";
+
+/** Makes a plain directory show the directories of this root. */
+void makePlainRoot()
+{
+    fs::create_directories(plainRoot + std::string("/run"));
+    for (const auto& entry : fs::directory_iterator("/"))
+    {
+        const fs::path target = plainRoot / entry.path().relative_path();
+        if (entry.is_symlink())
+        {
+            fs::copy_symlink(entry.path(), target);
+        }
+        else if (entry.is_directory() && entry.path() != "/run")
+        {
+            fs::create_directory(target);
+            support::bindMount(entry.path(), target);
+        }
+    }
+}
+
+/** The root is no mount point then. */
+void enterPlainRoot()
+{
+    checked(chroot(plainRoot), "chroot");
+    checked(chdir("/"), "chdir");
+}
+
+TEST_P(SandboxFor, CanBeEnteredFromAChroot)
 {
     EXPECT_EQ(inChild([]() -> std::string {
                   enter();
-                  fs::create_directory("/run/lock/proc");
-                  support::bindMount("/proc", "/run/lock/proc");
-                  // No mount point: nothing below can be made private.
+                  makePlainRoot();
+                  enterPlainRoot();
+                  writeText("/run/of_the_chroot", "");
+                  enterSandbox();
+                  if (fs::exists("/run/of_the_chroot"))
+                  {
+                      return "/run is not fresh";
+                  }
+                  const std::string existing = firstFixedPathThatExists();
+                  return existing + writeFixedPaths();
+              }),
+              "");
+}
+
+TEST_P(SandboxFor, IsNotSeenOutsideOfAChrootWhoseMountsAreShared)
+{
+    EXPECT_EQ(inChild([]() -> std::string {
+                  enter();
+                  makePlainRoot();
+                  checked(
+                      mount(nullptr, "/", "none", MS_REC | MS_SHARED, nullptr),
+                      "share the mounts");
+                  const std::string mounts = readText("/proc/self/mountinfo");
+                  const std::string outcome = inChild([] {
+                      enterPlainRoot();
+                      enterSandbox();
+                      return readText("/proc/self/mountinfo");
+                  });
+                  return outcome.find("tmpfs") == std::string::npos ? outcome
+                         : readText("/proc/self/mountinfo") == mounts
+                             ? ""
+                             : "mounts are seen outside";
+              }),
+              "");
+}
+
+TEST_P(SandboxFor, NeedsProcInAChroot)
+{
+    EXPECT_EQ(inChild([]() -> std::string {
+                  enter();
                   checked(chroot("/run/lock"), "chroot");
                   enterSandbox();
                   return "goes on";
               }),
-              "make the mounts private: Invalid argument");
+              std::string("this machine gives no sandbox: open "
+                          "/proc/self/ns/mnt: No such file or directory") +
+                  whatToDo);
+}
+
+/** The system call fails in this process from now on, as the filter of a
+ *  container or a security module has it. */
+void refuse(unsigned call, unsigned error)
+{
+    std::array program{
+        sock_filter BPF_STMT(BPF_LD | BPF_W | BPF_ABS,
+                             offsetof(seccomp_data, nr)),
+        sock_filter BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, call, 0, 1),
+        sock_filter BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | error),
+        sock_filter BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+    };
+    const sock_fprog filter{program.size(), program.data()};
+    checked(prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0), "no new privileges");
+    checked(prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &filter), "seccomp");
+}
+
+bool callsCanBeRefused()
+{
+    return inChild([] {
+               refuse(SYS_unshare, EPERM);
+               return "there";
+           }) == "there";
+}
+
+TEST(RefusedSandbox, SaysWhatIsMissingAndWhatToDo)
+{
+    if (!callsCanBeRefused())
+    {
+        GTEST_SKIP() << "no seccomp on this kernel";
+    }
+    EXPECT_EQ(inChild([] {
+                  refuse(SYS_unshare, EPERM);
+                  return nameOf(enterSandbox());
+              }),
+              std::string("this machine gives no sandbox: mount namespace: "
+                          "Operation not permitted") +
+                  whatToDo);
+}
+
+TEST_P(SandboxFor, SaysWhatToDoWhereMountsAreRefused)
+{
+    if (!callsCanBeRefused())
+    {
+        GTEST_SKIP() << "no seccomp on this kernel";
+    }
+    EXPECT_EQ(inChild([] {
+                  refuse(SYS_mount, EACCES);
+                  return nameOf(enter());
+              }),
+              std::string("this machine gives no sandbox: make the "
+                          "mounts private: Permission denied") +
+                  whatToDo);
+}
+
+TEST_P(SandboxFor, SaysWhatToDoWhereAUserNamespaceGivesNoRights)
+{
+    if (geteuid() != 0 || GetParam() != Isolation::mirrors)
+    {
+        GTEST_SKIP() << "needs root that becomes an ordinary user";
+    }
+    EXPECT_EQ(inChild([] {
+                  becomeOrdinaryUser();
+                  // Its own maps are not this process's to write then.
+                  checked(prctl(PR_SET_DUMPABLE, 0), "prctl");
+                  return nameOf(enterSandbox());
+              }),
+              std::string("this machine gives no sandbox: open "
+                          "/proc/self/setgroups: Permission denied") +
+                  whatToDo);
 }
 
 TEST(Sandbox, KeepsTheTreesAsTheyAre)
 {
-    if (isolationHere() == "inPlace")
+    if (!canBeSetApart())
     {
-        GTEST_SKIP() << "no namespaces on this kernel";
+        GTEST_SKIP() << isolationHere();
     }
     std::string file = fs::path(SANDBOX_BUILD_DIR) / "sandbox_test.XXXXXX";
     const Descriptor created(mkstemp(file.data()));
@@ -365,53 +522,173 @@ TEST(Sandbox, KeepsChangesElsewhereFromTheHostOfRoot)
     EXPECT_TRUE(fs::remove(hidden));
 }
 
-/** Inside a sandbox that is the host, with no further namespaces to get. */
-class SandboxInPlace : public testing::Test
+/** Inside a sandbox that plays the host. */
+class InPlace : public testing::Test
 {
   protected:
+    static constexpr auto record = "/etc/libfenmarch-in-place";
+
     void SetUp() override
     {
-        // Else the limit below would be the one of the whole machine.
-        if (isolationOfOrdinaryUser() != "mirrors")
+        if (!canBeSetApart())
         {
-            GTEST_SKIP() << "no user namespaces on this kernel";
+            GTEST_SKIP() << isolationHere();
         }
     }
 
-    static void becomeRootWithoutNamespaces()
+    /** What the function returns on a host of its own. */
+    static std::string onHost(const std::function<std::string()>& work)
     {
-        becomeOrdinaryUser();
-        enterSandbox();
-        writeText("/proc/sys/user/max_mnt_namespaces", "0");
+        return inChild([&] {
+            enterSandbox();
+            return work();
+        });
+    }
+
+    static Isolation stay()
+    {
+        setenv(support::inPlaceVariable, "1", 1);
+        return enterSandbox();
+    }
+
+    /** What is left of a run in place, if anything. */
+    static std::string left()
+    {
+        for (const char* path : {"/run/dbus", "/run/systemd", record})
+        {
+            if (fs::exists(path))
+            {
+                return path;
+            }
+        }
+        return firstFixedPathThatExists();
+    }
+
+    /** The status with which a program ends, and what is left of it then. */
+    static std::string endOf(Child& program)
+    {
+        const int status = program.wait();
+        return std::to_string(status) + left();
+    }
+
+    /** Stays in place, writes the fixed paths, opens the gate and waits for its
+     *  end by a signal. */
+    static int writeAndWait(const support::Gate& written)
+    {
+        stay();
+        writeFixedPaths();
+        written.open();
+        while (true)
+        {
+            pause();
+        }
     }
 };
 
-TEST_F(SandboxInPlace, RemovesAtExitWhatWasMade)
+TEST_F(InPlace, RemovesAtExitWhatWasMade)
 {
-    EXPECT_EQ(inChild([]() -> std::string {
-                  becomeRootWithoutNamespaces();
+    EXPECT_EQ(onHost([]() -> std::string {
                   const std::string outcome = inChild([] {
-                      const std::string way = nameOf(enterSandbox());
+                      const std::string way = nameOf(stay());
                       return way + writeFixedPaths();
                   });
-                  if (outcome != "inPlace")
-                  {
-                      return outcome;
-                  }
-                  if (fs::exists("/run/dbus") || fs::exists("/run/systemd"))
-                  {
-                      return "directories are left";
-                  }
-                  return firstFixedPathThatExists();
+                  return outcome == "inPlace" ? left() : outcome;
               }),
               "");
 }
 
-TEST_F(SandboxInPlace, KeepsWhatItMadeWhenAChildExits)
+TEST_F(InPlace, EndsAsTheProgramEnds)
 {
-    EXPECT_EQ(inChild([] {
-                  becomeRootWithoutNamespaces();
-                  enterSandbox();
+    EXPECT_EQ(onHost([] {
+                  Child program([] {
+                      stay();
+                      return 7;
+                  });
+                  return endOf(program);
+              }),
+              "7");
+}
+
+TEST_F(InPlace, RemovesWhatWasMadeWhenASignalEndsIt)
+{
+    for (const int number : {SIGINT, SIGQUIT, SIGTERM, SIGHUP})
+    {
+        EXPECT_EQ(onHost([&]() -> std::string {
+                      const support::Gate written;
+                      Child program([&] { return writeAndWait(written); });
+                      if (!written.pass())
+                      {
+                          return "it does not write";
+                      }
+                      program.signal(number);
+                      return endOf(program);
+                  }),
+                  std::to_string(-number));
+    }
+}
+
+TEST_F(InPlace, RemovesWhatWasMadeWhenItCrashes)
+{
+    EXPECT_EQ(onHost([] {
+                  Child program([]() -> int {
+                      stay();
+                      writeFixedPaths();
+                      std::abort();
+                  });
+                  return endOf(program);
+              }),
+              std::to_string(-SIGABRT));
+}
+
+TEST_F(InPlace, EndsWhatTheProgramLeftRunning)
+{
+    EXPECT_EQ(onHost([]() -> std::string {
+                  const auto left = std::stoi(inChild([] {
+                      stay();
+                      const pid_t child = checked(fork(), "fork");
+                      while (child == 0)
+                      {
+                          pause();
+                      }
+                      return std::to_string(child);
+                  }));
+                  return kill(left, 0) == 0 ? "it still runs" : "";
+              }),
+              "");
+}
+
+TEST_F(InPlace, NamesAndRemovesWhatAKilledRunLeft)
+{
+    EXPECT_EQ(onHost([]() -> std::string {
+                  const support::Gate written;
+                  Child killed([&] { return writeAndWait(written); });
+                  if (!written.pass())
+                  {
+                      return "it does not write";
+                  }
+                  killed.signal(SIGKILL);
+                  killed.wait();
+                  if (firstFixedPathThatExists().empty())
+                  {
+                      return "nothing was left";
+                  }
+                  const std::string seen = inChild([] {
+                      const Descriptor errors(creat("/run/errors", 0600));
+                      checked(dup2(errors.get(), STDERR_FILENO), "dup2");
+                      stay();
+                      return firstFixedPathThatExists();
+                  });
+                  return seen + readText("/run/errors") + left();
+              }),
+              "in place: a run before was killed; removing what it left: "
+              "/etc/bios-release, /etc/default/firmware, /usr/share/firmware, "
+              "/run/lock/firmware, /run/systemd, /run/dbus\n");
+}
+
+TEST_F(InPlace, KeepsWhatItMadeWhenAChildExits)
+{
+    EXPECT_EQ(onHost([] {
+                  stay();
                   writeFixedPaths();
                   inChild([] { return ""; });
                   return readText("/etc/bios-release");
@@ -419,48 +696,70 @@ TEST_F(SandboxInPlace, KeepsWhatItMadeWhenAChildExits)
               "sandbox_test");
 }
 
-TEST_F(SandboxInPlace, RefusesAHostThatHasAFixedPath)
+TEST_F(InPlace, RefusesAHostThatHasAFixedPath)
 {
     for (const std::string path : fixedPaths)
     {
-        EXPECT_EQ(inChild([&]() -> std::string {
-                      becomeRootWithoutNamespaces();
+        EXPECT_EQ(onHost([&]() -> std::string {
                       writeText(path, "the host's");
                       const std::string outcome =
-                          inChild([] { return nameOf(enterSandbox()); });
+                          inChild([] { return nameOf(stay()); });
                       return readText(path) == "the host's" ? outcome : "gone";
                   }),
-                  "cannot run in place: " + path + " exists on this host");
+                  "cannot run in place: this machine has " + path +
+                      "\nMove them away, or run it in a container without "
+                      "them.");
     }
 }
 
-TEST_F(SandboxInPlace, WaitsForAnotherProgramInPlace)
+TEST_F(InPlace, NamesAllFixedPathsThatTheHostHas)
 {
-    EXPECT_EQ(inChild([]() -> std::string {
-                  becomeRootWithoutNamespaces();
-                  support::Gate entered;
-                  support::Gate leave;
-                  Child first([&]() -> int {
-                      enterSandbox();
-                      writeFixedPaths();
-                      entered.open();
-                      std::exit(leave.pass() ? 0 : 1);
-                  });
-                  if (!entered.pass())
+    EXPECT_EQ(onHost([]() -> std::string {
+                  for (const char* path : fixedPaths)
                   {
-                      return "the first does not enter";
+                      writeText(path, "the host's");
                   }
-                  Child second([] {
-                      return enterSandbox() == Isolation::inPlace ? 0 : 1;
-                  });
-                  if (!second.waitsForLock())
-                  {
-                      return "the second does not wait";
-                  }
-                  leave.open();
-                  return first.wait() == 0 && second.wait() == 0 ? "" : "fails";
+                  const std::string outcome =
+                      inChild([] { return nameOf(stay()); });
+                  return fs::exists(record) ? "goes on" : outcome;
               }),
-              "");
+              "cannot run in place: this machine has /etc/bios-release, "
+              "/etc/default/firmware, /usr/share/firmware, "
+              "/run/lock/firmware, /run/systemd/journal/socket, "
+              "/run/dbus/system_bus_socket"
+              "\nMove them away, or run it in a container without them.");
+}
+
+TEST_F(InPlace, WaitsForAnotherProgramInPlace)
+{
+    EXPECT_EQ(
+        onHost([]() -> std::string {
+            const support::Gate written;
+            Child first([&] { return writeAndWait(written); });
+            if (!written.pass())
+            {
+                return "the first does not enter";
+            }
+            Child second([] { return stay() == Isolation::inPlace ? 0 : 1; });
+            if (!second.waitsForLock())
+            {
+                return "the second does not wait";
+            }
+            first.signal(SIGTERM);
+            return std::to_string(first.wait()) + std::to_string(second.wait());
+        }),
+        "-150");
+}
+
+TEST(InPlaceByAnOrdinaryUser, SaysThatItNeedsRoot)
+{
+    EXPECT_EQ(inChild([] {
+                  becomeOrdinaryUser();
+                  setenv(support::inPlaceVariable, "1", 1);
+                  return nameOf(enterSandbox());
+              }),
+              "cannot run in place: only root can write to /etc and "
+              "/usr/share\nRun it as root.");
 }
 
 } // namespace
