@@ -2,6 +2,7 @@
 
 #include "support/child.hpp"
 #include "support/files.hpp"
+#include "support/mount.hpp"
 
 #include <gtest/gtest.h>
 #include <libostrel.h>

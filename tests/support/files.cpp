@@ -4,7 +4,6 @@
 #include "descriptor.hpp"
 
 #include <fcntl.h>
-#include <sys/mount.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -13,7 +12,6 @@
 #include <sstream>
 #include <stdexcept>
 #include <system_error>
-#include <utility>
 
 namespace support
 {
@@ -43,45 +41,6 @@ ScratchDirectory::~ScratchDirectory()
 {
     std::error_code ignored;
     fs::remove_all(path, ignored);
-}
-
-Mount Mount::tmpfs(const fs::path& point, size_t sizeBytes)
-{
-    const std::string options = "size=" + std::to_string(sizeBytes);
-    checked(::mount("tmpfs", point.c_str(), "tmpfs", 0, options.c_str()),
-            "tmpfs on " + point.string());
-    return Mount(point);
-}
-
-Mount Mount::onItself(const fs::path& point)
-{
-    checked(::mount(point.c_str(), point.c_str(), "none", MS_BIND, nullptr),
-            "bind of " + point.string());
-    return Mount(point);
-}
-
-Mount::Mount(fs::path mountPoint) : point(std::move(mountPoint))
-{
-}
-
-Mount::~Mount()
-{
-    if (!point.empty())
-    {
-        ::umount2(point.c_str(), MNT_DETACH);
-    }
-}
-
-Mount::Mount(Mount&& other) noexcept :
-    point(std::exchange(other.point, fs::path()))
-{
-}
-
-void Mount::makeReadOnly() const
-{
-    checked(::mount(nullptr, point.c_str(), "none",
-                    MS_REMOUNT | MS_BIND | MS_RDONLY, nullptr),
-            "read-only " + point.string());
 }
 
 std::string readFile(const fs::path& path)

@@ -22,27 +22,6 @@ class ScratchDirectory
     const std::filesystem::path path;
 };
 
-/** A file system mounted on a directory, unmounted at the end. */
-class Mount
-{
-  public:
-    /** A tmpfs of this size. */
-    static Mount tmpfs(const std::filesystem::path& point, size_t sizeBytes);
-    /** The file or directory mounted on itself. */
-    static Mount onItself(const std::filesystem::path& point);
-
-    ~Mount();
-    Mount(Mount&& other) noexcept;
-    Mount& operator=(Mount&&) = delete;
-
-    void makeReadOnly() const;
-
-  private:
-    explicit Mount(std::filesystem::path mountPoint);
-
-    std::filesystem::path point;
-};
-
 /** The whole content. @throws std::runtime_error when it cannot be read */
 std::string readFile(const std::filesystem::path& path);
 

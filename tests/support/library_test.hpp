@@ -3,6 +3,7 @@
 #include "fake_services.hpp"
 #include "files.hpp"
 #include "journal_socket.hpp"
+#include "mount.hpp"
 #include "private_bus.hpp"
 
 #include <gtest/gtest.h>

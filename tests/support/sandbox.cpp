@@ -223,13 +223,13 @@ constexpr auto remedy =
     "SYS_ADMIN --security-opt apparmor=unconfined; or, as root, on the "
     "machine's own files: with --in-place, or LIBFENMARCH_IN_PLACE=1.";
 
+} // namespace
+
 bool inPlaceIsAskedFor()
 {
     const char* const value = std::getenv(inPlaceVariable);
     return value != nullptr && *value != '\0';
 }
-
-} // namespace
 
 Isolation enterSandbox()
 {

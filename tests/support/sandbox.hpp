@@ -14,6 +14,8 @@ enum class Isolation
 /** Has enterSandbox() stay in place, unless it is unset or empty. */
 inline constexpr auto inPlaceVariable = "LIBFENMARCH_IN_PLACE";
 
+bool inPlaceIsAskedFor();
+
 /**
  * Sets this process apart, so that the fixed paths of the library can be used
  * without touching the host: what is written there disappears with the

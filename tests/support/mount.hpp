@@ -1,0 +1,32 @@
+#pragma once
+
+#include <cstddef>
+#include <filesystem>
+
+namespace support
+{
+
+/** A file system that a test mounts, unmounted at the end. In place, where the
+ *  machine may give no right to mount, the test is skipped then. */
+class Mount
+{
+  public:
+    /** A tmpfs of this size. */
+    static Mount tmpfs(const std::filesystem::path& point,
+                       std::size_t sizeBytes);
+    /** The file or directory mounted on itself. */
+    static Mount onItself(const std::filesystem::path& point);
+
+    ~Mount();
+    Mount(Mount&& other) noexcept;
+    Mount& operator=(Mount&&) = delete;
+
+    void makeReadOnly() const;
+
+  private:
+    explicit Mount(std::filesystem::path mountPoint);
+
+    std::filesystem::path point;
+};
+
+} // namespace support
