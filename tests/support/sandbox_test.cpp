@@ -457,9 +457,9 @@ TEST_P(SandboxFor, SaysWhatToDoWhereMountsAreRefused)
                   whatToDo);
 }
 
-TEST_P(SandboxFor, SaysWhatToDoWhereAUserNamespaceGivesNoRights)
+TEST(RefusedSandbox, IsNamedWhereAUserNamespaceGivesNoRights)
 {
-    if (geteuid() != 0 || GetParam() != Isolation::mirrors)
+    if (geteuid() != 0 || isolationOfOrdinaryUser() != "mirrors")
     {
         GTEST_SKIP() << "needs root that becomes an ordinary user";
     }
@@ -472,6 +472,68 @@ TEST_P(SandboxFor, SaysWhatToDoWhereAUserNamespaceGivesNoRights)
               std::string("this machine gives no sandbox: open "
                           "/proc/self/setgroups: Permission denied") +
                   whatToDo);
+}
+
+/** What the check before the build says, after its exit status. */
+std::string checkBeforeTheBuild()
+{
+    const support::Outcome outcome =
+        support::run({SANDBOX_SOURCE_DIR "/tests/support/check_sandbox"});
+    return std::to_string(outcome.status) + ": " + outcome.output;
+}
+
+TEST(CheckBeforeTheBuild, IsSilentWhereASandboxIsToBeHad)
+{
+    if (!canBeSetApart())
+    {
+        GTEST_SKIP() << isolationHere();
+    }
+    EXPECT_EQ(inChild([] { return checkBeforeTheBuild(); }), "0: ");
+}
+
+TEST_P(SandboxFor, IsFoundInAChrootByTheCheckBeforeTheBuild)
+{
+    EXPECT_EQ(inChild([]() -> std::string {
+                  enter();
+                  makePlainRoot();
+                  enterPlainRoot();
+                  return checkBeforeTheBuild();
+              }),
+              "0: ");
+}
+
+TEST(CheckBeforeTheBuild, SaysTheSameOfRefusedNamespaces)
+{
+    if (!callsCanBeRefused())
+    {
+        GTEST_SKIP() << "no seccomp on this kernel";
+    }
+    EXPECT_EQ(inChild([] {
+                  refuse(SYS_unshare, EPERM);
+                  return checkBeforeTheBuild();
+              }),
+              std::string("1: this machine gives no sandbox: unshare failed: "
+                          "Operation not permitted") +
+                  whatToDo + '\n');
+}
+
+TEST_P(SandboxFor, IsMissedByTheCheckBeforeTheBuildWhereMountsAreRefused)
+{
+    if (!callsCanBeRefused())
+    {
+        GTEST_SKIP() << "no seccomp on this kernel";
+    }
+    const std::string said = inChild([] {
+        if (GetParam() == Isolation::mirrors)
+        {
+            becomeOrdinaryUser();
+        }
+        refuse(SYS_mount, EACCES);
+        return checkBeforeTheBuild();
+    });
+    EXPECT_EQ(said.substr(0, said.find('\n')),
+              "1: this machine gives no sandbox: cannot change root filesystem "
+              "propagation: Permission denied");
 }
 
 TEST(Sandbox, KeepsTheTreesAsTheyAre)
@@ -749,6 +811,24 @@ TEST_F(InPlace, WaitsForAnotherProgramInPlace)
             return std::to_string(first.wait()) + std::to_string(second.wait());
         }),
         "-150");
+}
+
+TEST_F(InPlace, IsCheckedBeforeTheBuild)
+{
+    EXPECT_EQ(onHost([] {
+                  setenv(support::inPlaceVariable, "1", 1);
+                  const std::string before = checkBeforeTheBuild();
+                  for (const char* path : fixedPaths)
+                  {
+                      writeText(path, "the host's");
+                  }
+                  return before + checkBeforeTheBuild();
+              }),
+              "0: 1: cannot run in place: this machine has /etc/bios-release, "
+              "/etc/default/firmware, /usr/share/firmware, "
+              "/run/lock/firmware, /run/systemd/journal/socket, "
+              "/run/dbus/system_bus_socket\n"
+              "Move them away, or run it in a container without them.\n");
 }
 
 TEST(InPlaceByAnOrdinaryUser, SaysThatItNeedsRoot)

@@ -186,6 +186,11 @@ int main(int argc, char** argv)
             list(arguments.chosen);
             return held;
         }
+        // They write all over /run, and mount and cut off disks.
+        if (support::inPlaceIsAskedFor())
+        {
+            throw std::runtime_error("the experiments do not run in place");
+        }
         support::enterSandbox();
         return arguments.prove ? prove(arguments.chosen) : torment(arguments);
     }
