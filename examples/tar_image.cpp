@@ -4,11 +4,9 @@
 #include <array>
 #include <charconv>
 #include <cstdint>
-#include <filesystem>
 #include <fstream>
 #include <optional>
 #include <string_view>
-#include <system_error>
 
 namespace
 {
@@ -53,60 +51,21 @@ bool isEnd(const Block& header)
     return std::ranges::all_of(header, [](char byte) { return byte == 0; });
 }
 
-/** Reads an archive block by block and says how far it is. */
-class Archive
+bool next(std::ifstream& archive, Block& block)
 {
-  public:
-    Archive(const std::string& path,
-            const std::function<void(int percent)>& listener) :
-        file(path, std::ios::binary), report(listener)
-    {
-        std::error_code unknownSize;
-        sizeBytes = std::filesystem::file_size(path, unknownSize);
-        tell(0);
-    }
-
-    bool next(Block& block)
-    {
-        if (!file.read(block.data(), blockBytes))
-        {
-            return false;
-        }
-        readBytes += blockBytes;
-        // 100 is said of a whole archive only.
-        tell(std::min(99, static_cast<int>(readBytes * 100 / sizeBytes)));
-        return true;
-    }
-
-    void tell(int percent)
-    {
-        if (percent > told)
-        {
-            told = percent;
-            report(percent);
-        }
-    }
-
-  private:
-    std::ifstream file;
-    const std::function<void(int percent)>& report;
-    std::uintmax_t sizeBytes = 0;
-    std::uintmax_t readBytes = 0;
-    int told = -1;
-};
+    return !archive.read(block.data(), blockBytes).fail();
+}
 
 } // namespace
 
-bool isWholeTar(const std::string& path,
-                const std::function<void(int percent)>& report)
+bool isWholeTar(const std::string& path)
 {
-    Archive archive(path, report);
+    std::ifstream archive(path, std::ios::binary);
     Block block{};
-    while (archive.next(block))
+    while (next(archive, block))
     {
         if (isEnd(block))
         {
-            archive.tell(100);
             return true;
         }
         const auto size = octal(block, memberSize);
@@ -116,7 +75,7 @@ bool isWholeTar(const std::string& path,
         }
         for (std::uintmax_t done = 0; done < *size; done += blockBytes)
         {
-            if (!archive.next(block))
+            if (!next(archive, block))
             {
                 return false;
             }

@@ -43,6 +43,9 @@ void deliverImage(const fs::path& directory)
     {
         throw std::runtime_error("cannot pack the image: " + packed.output);
     }
+    support::writeFile(directory / "release", "VERSION_ID=\"1.02.03\"\n"
+                                              "BUILD_DATE=\"2024-05-06\"\n"
+                                              "NAME=\"FenBIOS-LTS\"\n");
 }
 
 void deliverTornImage(const fs::path& directory, std::size_t arrivedBytes)

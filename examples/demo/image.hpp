@@ -7,7 +7,7 @@ namespace demo
 {
 
 /** Puts an image into the directory as the upload does: a firmware.tar with
- *  bios.bin, of three MiB, and bios.sig. */
+ *  bios.bin, of three MiB, and bios.sig, beside a release file. */
 void deliverImage(const std::filesystem::path& directory);
 
 /** The same, of which only so much has arrived. */

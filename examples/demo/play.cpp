@@ -3,8 +3,6 @@
 #include "one_line.hpp"
 
 #include <algorithm>
-#include <charconv>
-#include <string_view>
 
 namespace demo
 {
@@ -13,8 +11,6 @@ namespace
 {
 
 using Lines = std::vector<std::string>;
-
-constexpr std::string_view progressMark = "progress: ";
 
 void show(Report& report, const char* place, const Lines& lines)
 {
@@ -31,35 +27,6 @@ void show(Report& report, const Change& change)
     {
         report.showChangedLine(line);
     }
-}
-
-void hear(Report& report, const std::string& line)
-{
-    if (!line.starts_with(progressMark))
-    {
-        report.show("service", line);
-        return;
-    }
-    int percent = 0;
-    std::from_chars(line.data() + progressMark.size(),
-                    line.data() + line.size(), percent);
-    report.showProgress(percent);
-}
-
-/** Of progress that goes on only the last line. */
-Lines withoutPassedProgress(const Lines& answer)
-{
-    Lines kept;
-    for (const auto& line : answer)
-    {
-        if (!kept.empty() && line.starts_with(progressMark) &&
-            kept.back().starts_with(progressMark))
-        {
-            kept.pop_back();
-        }
-        kept.push_back(line);
-    }
-    return kept;
 }
 
 /** A step that is being played. */
@@ -101,8 +68,9 @@ class Play
             return {};
         }
         report.show("request", request);
-        return withoutPassedProgress(stage.service.ask(
-            request, [this](const std::string& line) { hear(report, line); }));
+        Lines answer = stage.service.ask(request);
+        show(report, "service", answer);
+        return answer;
     }
 
     Lines lookAtDisk()

@@ -33,9 +33,10 @@ struct Step
     std::string title;
     /** What others than the service do, before the request. */
     std::function<void(Stage&)> before{};
-    /** What the service is asked; nothing if empty. */
+    /** What the service is asked, as ServiceProcess::ask() takes it; nothing
+     *  if empty. */
     std::string request{};
-    /** What it answers; of its progress the last line counts. */
+    /** What it answers. */
     std::vector<std::string> answer{};
     /** The files that changed, as Change::summary. */
     std::vector<std::string> files{};

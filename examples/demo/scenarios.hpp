@@ -7,9 +7,6 @@
 namespace demo
 {
 
-/** What the service is told by its configuration. */
-Scenario configuration();
-
 /** A new BIOS, from the arrival of its image until it runs. */
 Scenario wholeUpdate();
 
@@ -18,6 +15,9 @@ Scenario tornImage();
 
 /** The same with the updater service gone after some progress. */
 Scenario updaterGone();
+
+/** The same without the place for a backup. */
+Scenario noBackupArea();
 
 /** All of them, in the order in which they are played. */
 std::vector<Scenario> allScenarios();

@@ -1,17 +1,18 @@
 #include "service_process.hpp"
 
 #include "support/checked.hpp"
+#include "support/files.hpp"
 
-#include <poll.h>
-#include <sys/prctl.h>
-#include <sys/socket.h>
+#include <sys/mman.h>
 #include <unistd.h>
 
-#include <array>
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
-#include <utility>
+#include <iostream>
+#include <sstream>
+#include <stdexcept>
+#include <thread>
 
 namespace demo
 {
@@ -19,94 +20,93 @@ namespace demo
 namespace
 {
 
-constexpr std::chrono::milliseconds patience{30000};
+constexpr auto service = "com.example.FirmwareUpdate";
+constexpr auto objects = "/com/example/firmware_update/";
+constexpr std::chrono::seconds patience{30};
 constexpr int notStarted = 127;
 
 /** In the child: does not return. */
-int execute(const std::filesystem::path& program, int connection)
+int execute(const std::filesystem::path& program, int output)
 {
-    prctl(PR_SET_PDEATHSIG, SIGKILL);
-    for (const int standard : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
-    {
-        dup2(connection, standard);
-    }
-    // The copies of log records would stand among the answers.
-    unsetenv("LG2_FORCE_STDERR");
-    execl(program.c_str(), program.c_str(), nullptr);
+    dup2(output, STDOUT_FILENO);
+    dup2(output, STDERR_FILENO);
+    execl(program.c_str(), program.c_str(), "Host=bios_active",
+          "BMC=bmc_active", "CPLD=cpld_active", nullptr);
     return notStarted;
 }
 
-bool isReadable(int descriptor)
+bool awaitOwner(sd_bus* bus)
 {
-    pollfd entry{.fd = descriptor, .events = POLLIN, .revents = 0};
-    return poll(&entry, 1, static_cast<int>(patience.count())) == 1;
+    constexpr std::chrono::milliseconds pause{5};
+    const auto deadline = std::chrono::steady_clock::now() + patience;
+    while (sd_bus_get_name_creds(bus, service, 0, nullptr) < 0)
+    {
+        if (std::chrono::steady_clock::now() > deadline)
+        {
+            return false;
+        }
+        std::this_thread::sleep_for(pause);
+    }
+    return true;
 }
 
 } // namespace
 
-ServiceProcess::Ends ServiceProcess::connect()
-{
-    std::array<int, 2> ends{};
-    support::checked(
-        socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()),
-        "socketpair");
-    return {support::Descriptor(ends[0]), support::Descriptor(ends[1])};
-}
-
 ServiceProcess::ServiceProcess(const std::filesystem::path& program) :
-    ServiceProcess(program, connect())
+    output(
+        support::checked(memfd_create("service", MFD_CLOEXEC), "memfd_create")),
+    process([&] { return execute(program, output.get()); })
 {
-}
-
-ServiceProcess::ServiceProcess(const std::filesystem::path& program,
-                               Ends ends) :
-    connection(std::move(ends.ours)),
-    process([&] { return execute(program, ends.theirs.get()); })
-{
-}
-
-std::vector<std::string> ServiceProcess::ask(const std::string& request,
-                                             const Listener& listener)
-{
-    const std::string line = request + '\n';
-    send(connection.get(), line.data(), line.size(), MSG_NOSIGNAL);
-    std::vector<std::string> answer;
-    do
+    if (!awaitOwner(caller.get()))
     {
-        answer.push_back(nextLine());
-        listener(answer.back());
-    } while (!answer.back().starts_with("done: ") &&
-             !answer.back().starts_with("the service "));
-    return answer;
-}
-
-std::string ServiceProcess::nextLine()
-{
-    auto lineEnd = received.find('\n');
-    while (lineEnd == std::string::npos)
-    {
-        if (!isReadable(connection.get()))
-        {
-            return "the service does not answer";
-        }
-        std::array<char, 4096> buffer{};
-        const auto count = read(connection.get(), buffer.data(), buffer.size());
-        if (count <= 0)
-        {
-            return "the service has ended";
-        }
-        received.append(buffer.data(), static_cast<std::size_t>(count));
-        lineEnd = received.find('\n');
+        throw std::runtime_error("the service does not start: " + written());
     }
-    std::string line = received.substr(0, lineEnd);
-    received.erase(0, lineEnd + 1);
-    return line;
+}
+
+std::vector<std::string> ServiceProcess::ask(const std::string& request)
+{
+    std::istringstream words(request);
+    std::string method;
+    std::string firmware;
+    words >> method >> firmware;
+    const std::string path = objects + firmware;
+    if (method == "Show")
+    {
+        std::vector<std::string> lines;
+        for (const std::string property : {"State", "Verifying", "Verified"})
+        {
+            lines.push_back(
+                property + ": " +
+                caller.call(service, path, "org.freedesktop.DBus.Properties",
+                            "Get", "ss", service + (' ' + property), patience));
+        }
+        return lines;
+    }
+    std::string signature;
+    std::string arguments;
+    for (std::string word; words >> word; arguments += word + ' ')
+    {
+        signature += 's';
+    }
+    const auto reply = caller.call(service, path, service, method, signature,
+                                   arguments, patience);
+    return {reply.empty() ? "done" : reply};
 }
 
 int ServiceProcess::end()
 {
-    shutdown(connection.get(), SHUT_WR);
-    return process.wait();
+    process.signal(SIGTERM);
+    const int status = process.wait();
+    if (status != 0)
+    {
+        std::cerr << written();
+    }
+    return status;
+}
+
+std::string ServiceProcess::written() const
+{
+    return support::readFile("/proc/self/fd/" + std::to_string(output.get()));
 }
 
 } // namespace demo

@@ -1,54 +1,43 @@
 #pragma once
 
+#include "support/caller.hpp"
 #include "support/child.hpp"
 #include "support/descriptor.hpp"
 
 #include <filesystem>
-#include <functional>
 #include <string>
 #include <vector>
 
 namespace demo
 {
 
-/** The update service, a process of its own that is asked line by line. */
+/** The update daemon, a process of its own that is called on the bus. */
 class ServiceProcess
 {
   public:
-    using Listener = std::function<void(const std::string& line)>;
-
-    /** Starts it. What it writes to standard error counts as answers too. */
+    /** Starts it, and returns once it owns its name.
+     *  @throws std::runtime_error with what it wrote when it does not */
     explicit ServiceProcess(const std::filesystem::path& program);
 
     /**
-     * Sends a request and waits for the end of the answer, half a minute for
-     * each line at the most.
+     * Calls `METHOD FIRMWARE ARGUMENTS`, or looks at the properties of the
+     * object for `Show FIRMWARE`, and waits for the answer.
      *
-     * @param listener  hears each line as it comes
-     * @return the lines, the last of them `done: STATUS`; but where the service
-     *         ends or falls silent, the last line says so
+     * @return the reply, "done" for one without a body, or the error; or a
+     *         line for each property
      */
-    std::vector<std::string> ask(const std::string& request,
-                                 const Listener& listener);
+    std::vector<std::string> ask(const std::string& request);
 
-    /** Ends the input of the service and waits for its end.
-     *  @return as support::Child::wait() */
+    /** Has it end as systemd does, and waits for its end. What it wrote is
+     *  shown if it fails. @return as support::Child::wait() */
     int end();
 
   private:
-    struct Ends
-    {
-        support::Descriptor ours;
-        support::Descriptor theirs;
-    };
+    std::string written() const;
 
-    ServiceProcess(const std::filesystem::path& program, Ends ends);
-    static Ends connect();
-    std::string nextLine();
-
-    support::Descriptor connection;
+    support::Descriptor output;
     support::Child process;
-    std::string received;
+    support::Caller caller;
 };
 
 } // namespace demo

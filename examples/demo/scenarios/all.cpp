@@ -5,7 +5,7 @@ namespace demo
 
 std::vector<Scenario> allScenarios()
 {
-    return {configuration(), wholeUpdate(), tornImage(), updaterGone()};
+    return {wholeUpdate(), tornImage(), noBackupArea(), updaterGone()};
 }
 
 } // namespace demo

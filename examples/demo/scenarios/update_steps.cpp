@@ -25,16 +25,17 @@ void installFormerBios(Stage& stage)
 Step serviceStarts()
 {
     return {
-        .title = "The service makes managers by purpose, by name, by default",
-        .request = "managers",
-        .answer =
-            {
-                "Host: purpose Host",
-                "BMC: purpose BMC",
-                "CPLD: purpose Unknown",
-                "Unknown: purpose Unknown",
-                "done: 0",
-            },
+        .title = "The service makes its managers and publishes their options",
+        .calls = {"~Settings ~/software/update_option/BIOS Set "
+                  "~Software.UpdateOption AvailableOptions "
+                  "as 3 \"keep_settings\" \"reset_settings\" \"reset_nvram\"",
+                  "~Settings ~/software/update_option/BIOS Set "
+                  "~Software.UpdateOption RequestedOption s \"\"",
+                  "~Settings ~/software/update_option/BMC Set "
+                  "~Software.UpdateOption AvailableOptions "
+                  "as 2 \"keep_settings\" \"reset_settings\"",
+                  "~Settings ~/software/update_option/BMC Set "
+                  "~Software.UpdateOption RequestedOption s \"\""},
         .log = {"error: Failed get version purpose from name CPLD!"},
     };
 }
@@ -44,46 +45,13 @@ Step formerBiosRuns()
     return {
         .title = "The BIOS 1.02.02 runs, and its image is in the backup area",
         .before = installFormerBios,
-        .request = "slots Host",
-        .answer = {"backup area: /usr/share/firmware/backup",
-                   "to be verified: (empty)", "verified: 1.02.02",
-                   "verified in: /usr/share/firmware/backup/Host/verified",
-                   "done: 0"},
+        .request = "Show Host",
+        .answer = {"State: s \"\"", "Verifying: s \"\"",
+                   "Verified: s \"1.02.02\""},
         .files = {"new /etc/bios-release",
                   "new /usr/share/firmware/backup/Host/verified/firmware.tar",
                   "new /usr/share/firmware/backup/Host/verified/version"},
         .checks = {property(biosActive, "Version", "s \"1.02.02\"")},
-    };
-}
-
-Step optionsPublished()
-{
-    return {
-        .title = "The options that an update of the BIOS has are published",
-        .request = "options Host",
-        .answer = {"done: 0"},
-        .calls = {"~Settings ~/software/update_option/BIOS Set "
-                  "~Software.UpdateOption AvailableOptions "
-                  "as 3 \"keep_settings\" \"reset_settings\" \"reset_nvram\"",
-                  "~Settings ~/software/update_option/BIOS Set "
-                  "~Software.UpdateOption RequestedOption s \"\""},
-    };
-}
-
-Step optionRequested()
-{
-    return {
-        .title = "One of them is requested by a user, and read",
-        .before =
-            [](Stage& stage) {
-                stage.others.setProperty(
-                    "/xyz/openbmc_project/software/update_option/BIOS",
-                    "RequestedOption", "s", "reset_nvram");
-            },
-        .request = "option Host",
-        .answer = {"requested option: reset_nvram", "done: 0"},
-        .calls = {"~Settings ~/software/update_option/BIOS Get "
-                  "~Software.UpdateOption RequestedOption"},
     };
 }
 
@@ -93,7 +61,8 @@ Step imageArrives()
         .title = "An image of the BIOS 1.02.03 arrives",
         .before =
             [](Stage&) { deliverImage("/usr/share/firmware/images/bios"); },
-        .files = {"new /usr/share/firmware/images/bios/firmware.tar"},
+        .files = {"new /usr/share/firmware/images/bios/firmware.tar",
+                  "new /usr/share/firmware/images/bios/release"},
         .checks = {noRecord("Host", "check_result")},
     };
 }
@@ -102,8 +71,8 @@ Step checkPasses()
 {
     return {
         .title = "The image is checked, and the result kept",
-        .request = "check Host /usr/share/firmware/images/bios",
-        .answer = {"progress: 100", "image is whole: yes", "done: 0"},
+        .request = "Check Host /usr/share/firmware/images/bios",
+        .answer = {"true"},
         .files = {"new /run/lock/firmware/version.lock",
                   "new /usr/share/firmware/version.json"},
         .log = {"info: Host: Save image check result to yes"},
@@ -111,54 +80,35 @@ Step checkPasses()
     };
 }
 
-Step stateKept()
+std::vector<std::string> maskCalls()
 {
-    return {
-        .title = "The update state is kept",
-        .request = "state Host Updating",
-        .answer = {"done: 0"},
-        .files = {"changed /usr/share/firmware/version.json"},
-        .log = {"info: Host: Save update state to Updating"},
-        .checks = {record("Host", "check_result", "yes"),
-                   record("Host", "update_state", "Updating")},
-    };
+    const std::string masks = "~State.Host ~/chassis/buttons/power Set "
+                              "~Chassis.Buttons ButtonMasked b ";
+    return {masks + "true", masks + "false"};
 }
 
-Step mask()
-{
-    return {
-        .title = "The power button is masked",
-        .request = "mask Host",
-        .answer = {"done: 0"},
-        .calls = {"~State.Host ~/chassis/buttons/power Set ~Chassis.Buttons "
-                  "ButtonMasked b true"},
-        .checks = {property(powerButton, "ButtonMasked", "b true")},
-    };
-}
-
-Step unmask()
-{
-    return {
-        .title = "The power button is unmasked",
-        .request = "unmask Host",
-        .answer = {"done: 0"},
-        .calls = {"~State.Host ~/chassis/buttons/power Set ~Chassis.Buttons "
-                  "ButtonMasked b false"},
-        .checks = {property(powerButton, "ButtonMasked", "b false")},
-    };
-}
-
-std::vector<std::string>
-progressCalls(const std::vector<std::string>& percentages)
+std::vector<std::string> progressCalls()
 {
     std::vector<std::string> calls;
-    for (const auto& percentage : percentages)
+    for (int percent = 0; percent <= 100; percent += 10)
     {
         calls.push_back("~Software.BMC.Updater ~/software/bios_active Set "
                         "~Software.ActivationProgress Progress y " +
-                        percentage);
+                        std::to_string(percent));
     }
     return calls;
+}
+
+std::vector<std::string> operator+(std::vector<std::string> first,
+                                   const std::vector<std::string>& second)
+{
+    first.insert(first.end(), second.begin(), second.end());
+    return first;
+}
+
+std::string failure(const std::string& reason)
+{
+    return "com.example.FirmwareUpdate.Failed: " + reason;
 }
 
 } // namespace demo

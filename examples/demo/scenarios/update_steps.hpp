@@ -21,16 +21,27 @@ Step serviceStarts();
 /** Version 1.02.02 is published, in the release file, and in its slot. */
 Step formerBiosRuns();
 
-Step optionsPublished();
-Step optionRequested();
 Step imageArrives();
 Step checkPasses();
-Step stateKept();
-Step mask();
-Step unmask();
 
-/** The calls that publish these percentages on bios_active. */
-std::vector<std::string>
-progressCalls(const std::vector<std::string>& percentages);
+inline constexpr auto updateHost =
+    "Update Host /usr/share/firmware/images/bios";
+
+/** The call that reads the requested option. */
+inline constexpr auto optionCall =
+    "~Settings ~/software/update_option/BIOS Get ~Software.UpdateOption "
+    "RequestedOption";
+
+/** The calls that mask the power button and unmask it again. */
+std::vector<std::string> maskCalls();
+
+/** The calls that publish the progress from 0 to 100 on bios_active. */
+std::vector<std::string> progressCalls();
+
+std::vector<std::string> operator+(std::vector<std::string> first,
+                                   const std::vector<std::string>& second);
+
+/** The error of a call that the service could not carry out. */
+std::string failure(const std::string& reason);
 
 } // namespace demo
