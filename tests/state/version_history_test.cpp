@@ -245,6 +245,17 @@ TEST_F(VersionHistory, TheNumberForAllIsAnEntryLikeAnyOtherElsewhere)
     EXPECT_EQ(bmc.getVersionCount("Active"), 65535);
 }
 
+TEST_F(VersionHistory, EntryOfTheNumberForAllIsDeletedByItsKeyOnly)
+{
+    ASSERT_EQ(bmc.saveVersion("Active", 65535, "an entry"), 0);
+    ASSERT_EQ(bmc.saveVersion("Active", 0, "another"), 0);
+    EXPECT_EQ(bmc.deleteVersion("Active", 65535), 0);
+    EXPECT_EQ(bmc.getVersion("Active", 65535), "an entry");
+    EXPECT_EQ(bmc.deleteVersionStringFromInfo("Active_65535"), 0);
+    EXPECT_EQ(bmc.getVersion("Active", 65535), "");
+    EXPECT_EQ(bmc.getVersion("Active", 0), "another");
+}
+
 TEST_F(VersionHistory, DeletingAllOfAMalformedLengthThrowsAndDeletesNothing)
 {
     saveHistory(host, "Staged", 1);
