@@ -158,10 +158,36 @@ int bmcReleaseFileItemSet(const std::string& path, const std::string& key,
  * the last manager that holds the closed one is gone. So a thread keeps its
  * managers together, or gives each a thread of its own.
  *
+ * It is the connection of the service itself, too, if that uses
+ * sd_bus_default(): its names and objects on the bus go with any manager, even
+ * a temporary one or one whose constructor throws. Its event loop goes on and
+ * hears nothing more, also with sd_bus_set_exit_on_disconnect(). So make the
+ * managers first and keep them, or give the service a connection of its own
+ * (sd_bus_open()).
+ *
  * The connection is closed for good, too, when the bus ends or restarts, and
  * when a message is longer than the bus admits (32 MiB on a system bus). A
  * caller who wants to go on destroys all managers of the thread and makes new
  * ones.
+ *
+ * Destroy a manager before the thread that made it ends: the connection points
+ * into the memory of that thread, and the process crashes. In a child process,
+ * after fork() or daemon(), the bus operations of the parent's managers fail,
+ * and so do those of new ones beside them: fork before the first one is made.
+ *
+ * A bus operation
+ * - waits up to 25 seconds for its service (SYSTEMD_BUS_TIMEOUT). A bus that
+ *   lets its clients connect and says nothing holds a constructor up for 90
+ *   seconds instead: start the service after dbus.service.
+ * - fails with EINTR when a signal handler runs during the call, with
+ *   SA_RESTART too, although the service does what was asked. Block signals
+ *   and take them from a signalfd or an event loop.
+ * - does not reach a service in the same thread: one that owns the name on the
+ *   default connection itself makes it fail with ELOOP, and one on another
+ *   connection lets it wait in vain.
+ *
+ * Operations that log wait for the journal without limit. A save logs first:
+ * where the journal has stopped, nothing is saved.
  */
 class FENMARCH_ON_PLATFORM FwManager
 {
@@ -180,6 +206,9 @@ class FENMARCH_ON_PLATFORM FwManager
      * The name is used as it is: in the path of the backup, where "..", a
      * slash or a NUL leads to other directories, and of objects on the bus. It
      * comes from the caller's own configuration, never from outside.
+     *
+     * A text converts to a manager: passed for a const FwManager&, it makes a
+     * temporary one, whose end closes the connection of the thread.
      */
     FwManager(std::string firmwareName);
 
@@ -202,7 +231,8 @@ class FENMARCH_ON_PLATFORM FwManager
      * changes nothing, and the next call tries again.
      *
      * A value longer than 255 bytes is cut to what fits, at a character. The
-     * accessors give empty texts and lists until a usable record was read.
+     * accessors give empty texts and lists until a usable record was read. In
+     * one, a list that is missing reads as one empty text.
      */
     void loadConfigContent();
 
@@ -318,7 +348,8 @@ class FENMARCH_ON_PLATFORM FwManager
      * "<activation>_<sequence>", after logging
      * "{NAME}: Save {ACTIVE} version_{SEQ} {VERSION}".
      *
-     * @param sequence  counts from 0; any number will do
+     * @param sequence  counts from 0; any number will do, but deleteVersion()
+     *                  cannot delete the entry 65535 alone
      * @return as saveVersionStringFromInfo()
      */
     int saveVersion(std::string activation, int sequence, std::string version);
@@ -343,7 +374,8 @@ class FENMARCH_ON_PLATFORM FwManager
      * "{NAME}: Delete {ACTIVE} version_{SEQ}". The other entries keep their
      * numbers and the length stays.
      *
-     * The sequence 65535 stands for the whole history: after logging
+     * The sequence 65535 stands for the whole history, never for the entry of
+     * that number (deleteVersionStringFromInfo() deletes that): after logging
      * "{NAME}: Delete {ACTIVE} all version", the entries from 0 up to the
      * length are deleted and then the length, each under a lock of its own (so
      * the time it takes grows with the length). When the purpose is Host and
