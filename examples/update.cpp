@@ -61,7 +61,7 @@ bool Update::step()
     }
     publish();
     addToHistory(firmware, "Staged", version);
-    mask->outcome = "Updated";
+    mask.value().outcome = "Updated";
     return true;
 }
 

@@ -96,7 +96,7 @@ class Firmware
         auto& self = *static_cast<Firmware*>(firmware);
         try
         {
-            if (self.update->step())
+            if (self.update.value().step())
             {
                 self.end();
                 sd_bus_reply_method_return(self.call.get(), "");
