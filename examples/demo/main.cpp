@@ -1,7 +1,7 @@
 /**
  * Runs the update service against a simulated BMC:
  *
- *   demo [--keep DIRECTORY] SERVICE CONFIGURATION
+ *   demo [--verbose] [--keep DIRECTORY] SERVICE CONFIGURATION
  *
  * Exit status: 0 when all was seen as expected, 1 when it was not, 2 when the
  * demo could not be run.
@@ -33,6 +33,7 @@ constexpr int notRun = 2;
 struct Arguments
 {
     Cast cast;
+    Detail detail = Detail::brief;
     std::optional<Keep> keep;
 };
 
@@ -40,6 +41,10 @@ struct Arguments
 Arguments readArguments(std::vector<std::string> words)
 {
     Arguments arguments;
+    if (std::erase(words, "--verbose") > 0)
+    {
+        arguments.detail = Detail::everything;
+    }
     if (words.size() >= 2 && words[0] == "--keep")
     {
         arguments.keep.emplace(words[1]);
@@ -47,8 +52,8 @@ Arguments readArguments(std::vector<std::string> words)
     }
     if (words.size() != 2)
     {
-        throw std::invalid_argument(
-            "usage: demo [--keep DIRECTORY] SERVICE CONFIGURATION");
+        throw std::invalid_argument("usage: demo [--verbose] "
+                                    "[--keep DIRECTORY] SERVICE CONFIGURATION");
     }
     arguments.cast.service = std::filesystem::canonical(words[0]);
     arguments.cast.configuration = support::readFile(words[1]);
@@ -58,10 +63,10 @@ Arguments readArguments(std::vector<std::string> words)
 int runDemo(const Arguments& arguments)
 {
     support::enterSandbox();
-    std::cout << "An update service on a simulated BMC. On the bus, ~ stands "
-                 "for\nxyz.openbmc_project. in names and for "
-                 "/xyz/openbmc_project in paths.\n";
-    Report report;
+    Report report(arguments.detail);
+    report.begin("An update service on a simulated BMC. On the bus, ~ stands "
+                 "for xyz.openbmc_project. in names and for "
+                 "/xyz/openbmc_project in paths.");
     std::vector<Row> rows;
     std::size_t nextStep = 1;
     for (const auto& scenario : allScenarios())
@@ -75,7 +80,7 @@ int runDemo(const Arguments& arguments)
             arguments.keep->save(scenario.name, outcome);
         }
     }
-    report.showTable(rows);
+    report.end(rows);
     return allAsExpected(rows) ? asExpected : notAsExpected;
 }
 

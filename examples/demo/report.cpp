@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iostream>
+#include <string_view>
 
 namespace demo
 {
@@ -11,12 +12,15 @@ namespace
 
 constexpr std::size_t indentColumns = 4;
 constexpr std::size_t placeColumns = 9;
+constexpr std::size_t headColumns = indentColumns + placeColumns;
 
-std::string bar(int percent)
+std::string bar(int percent, std::size_t width)
 {
-    constexpr int cells = 40;
+    constexpr std::size_t most = 40;
+    constexpr std::size_t around = std::string_view("[] 100 %").size();
+    const auto cells = std::min(most, width - around);
     const auto filled =
-        static_cast<std::size_t>(std::clamp(percent, 0, 100) * cells / 100);
+        static_cast<std::size_t>(std::clamp(percent, 0, 100)) * cells / 100;
     return '[' + padded(std::string(filled, '#'), cells) + "] " +
            std::to_string(percent) + " %";
 }
@@ -28,25 +32,79 @@ Tone toneOfChange(const std::string& line)
                                     : Tone::faint;
 }
 
+/** What does not fit is left out in the middle: an end says as much as a
+ *  beginning. */
+std::string clipped(const std::string& text, std::size_t columns)
+{
+    constexpr std::string_view mark = "...";
+    if (text.size() <= columns)
+    {
+        return text;
+    }
+    const auto kept = columns - mark.size();
+    const auto atEnd = kept / 2;
+    return text.substr(0, kept - atEnd) + std::string(mark) +
+           text.substr(text.size() - atEnd);
+}
+
 } // namespace
+
+Report::Report(Detail ofReport) : detail(ofReport)
+{
+}
+
+void Report::begin(const std::string& title)
+{
+    print(title);
+}
 
 void Report::beginScenario(const std::string& title)
 {
+    const std::string line = clipped(title, terminal.width());
     std::cout << '\n'
-              << terminal.toned(Tone::strong, title) << '\n'
-              << std::string(title.size(), '-') << '\n';
+              << terminal.toned(Tone::strong, line) << '\n'
+              << std::string(line.size(), '-') << '\n';
 }
 
 void Report::beginStep(std::size_t number, const std::string& title)
 {
-    std::cout << '\n'
-              << padded(std::to_string(number) + '.', indentColumns)
-              << terminal.toned(Tone::strong, title) << '\n';
+    effects.clear();
+    if (detail == Detail::everything)
+    {
+        std::cout << '\n';
+    }
+    std::string head = padded(std::to_string(number) + '.', indentColumns);
+    for (const auto& line : wrapped(title, terminal.width() - indentColumns))
+    {
+        std::cout << head << terminal.toned(Tone::strong, line) << '\n';
+        head.assign(head.size(), ' ');
+    }
 }
 
-void Report::show(const std::string& place, const std::string& text, Tone tone)
+void Report::show(const std::string& place, const std::string& text)
 {
     finishBar();
+    if (detail == Detail::everything)
+    {
+        print(place, text);
+    }
+    if (place != "request")
+    {
+        effects.push_back({place, text});
+    }
+}
+
+void Report::print(const std::string& text) const
+{
+    for (const auto& line : wrapped(text, terminal.width()))
+    {
+        std::cout << line << '\n';
+    }
+}
+
+void Report::print(const std::string& place, const std::string& text,
+                   Tone tone) const
+{
     std::string head =
         std::string(indentColumns, ' ') + padded(place, placeColumns);
     const auto columns = terminal.width() - head.size();
@@ -60,16 +118,25 @@ void Report::show(const std::string& place, const std::string& text, Tone tone)
 
 void Report::showChangedLine(const std::string& line)
 {
-    show("", "  " + line, toneOfChange(line));
+    if (detail == Detail::everything)
+    {
+        print("", "  " + line, toneOfChange(line));
+    }
 }
 
 void Report::showProgress(int percent)
 {
+    if (detail == Detail::brief)
+    {
+        return;
+    }
     barPercent = percent;
     if (terminal.isInteractive())
     {
-        std::cout << '\r' << std::string(indentColumns + placeColumns, ' ')
-                  << terminal.toned(Tone::good, bar(percent)) << std::flush;
+        std::cout << '\r' << std::string(headColumns, ' ')
+                  << terminal.toned(Tone::good, bar(percent, terminal.width() -
+                                                                 headColumns))
+                  << std::flush;
     }
 }
 
@@ -81,8 +148,8 @@ void Report::finishBar()
     }
     if (!terminal.isInteractive())
     {
-        std::cout << std::string(indentColumns + placeColumns, ' ')
-                  << bar(*barPercent);
+        std::cout << std::string(headColumns, ' ')
+                  << bar(*barPercent, terminal.width() - headColumns);
     }
     std::cout << '\n';
     barPercent.reset();
@@ -91,19 +158,52 @@ void Report::finishBar()
 void Report::endStep(const std::vector<Row>& rows)
 {
     finishBar();
+    if (detail == Detail::brief)
+    {
+        printEffects();
+    }
     for (const auto& row : rows)
     {
         if (!row.isAsExpected())
         {
-            show("EXPECTED", row.place + ": " + row.expected, Tone::bad);
-            show("SEEN", row.place + ": " + row.seen, Tone::bad);
+            print("EXPECTED", row.place + ": " + row.expected, Tone::bad);
+            print("SEEN", row.place + ": " + row.seen, Tone::bad);
         }
     }
 }
 
-void Report::showTable(const std::vector<Row>& rows)
+/** One line: the first of what reached furthest, and how much more there was.
+ */
+void Report::printEffects() const
 {
-    printTable(terminal, rows);
+    for (const std::string_view place : {"bus", "disk", "journal", "service"})
+    {
+        const auto first = std::ranges::find(effects, place, &Effect::place);
+        if (first == effects.end())
+        {
+            continue;
+        }
+        const auto others = effects.size() - 1;
+        const std::string more =
+            others == 0 ? "" : " (+ " + std::to_string(others) + ')';
+        const auto columns = terminal.width() - headColumns - more.size();
+        print(first->place, clipped(first->text, columns) + more);
+        return;
+    }
+}
+
+void Report::end(const std::vector<Row>& rows)
+{
+    if (detail == Detail::everything)
+    {
+        printTable(terminal, rows);
+    }
+    printSum(terminal, rows);
+    if (detail == Detail::brief)
+    {
+        print("(+ N): that much more was seen in the step. --verbose shows "
+              "everything.");
+    }
 }
 
 } // namespace demo

@@ -11,16 +11,26 @@
 namespace demo
 {
 
+enum class Detail
+{
+    /** A line or two for each step, and the sum. */
+    brief,
+    /** All that is seen, and a table of what was expected. */
+    everything
+};
+
 /** Writes the course of the demo to standard output, for people. */
 class Report
 {
   public:
+    explicit Report(Detail ofReport);
+
+    void begin(const std::string& title);
     void beginScenario(const std::string& title);
     void beginStep(std::size_t number, const std::string& title);
 
     /** Something seen, under the name of where it was seen. */
-    void show(const std::string& place, const std::string& text,
-              Tone tone = Tone::plain);
+    void show(const std::string& place, const std::string& text);
     /** A line of a changed file, as in Change::lines. */
     void showChangedLine(const std::string& line);
     /** Draws the bar anew on a terminal; elsewhere it is drawn once, as it
@@ -31,13 +41,27 @@ class Report
     void endStep(const std::vector<Row>& rows);
 
     /** Ends the demo. */
-    void showTable(const std::vector<Row>& rows);
+    void end(const std::vector<Row>& rows);
 
   private:
+    void print(const std::string& text) const;
+    void print(const std::string& place, const std::string& text,
+               Tone tone = Tone::plain) const;
+    void printEffects() const;
     void finishBar();
 
+    /** Something seen in a step. */
+    struct Effect
+    {
+        std::string place;
+        std::string text;
+    };
+
+    Detail detail;
     Terminal terminal;
     std::optional<int> barPercent;
+    /** In this step. */
+    std::vector<Effect> effects;
 };
 
 } // namespace demo

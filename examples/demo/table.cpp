@@ -52,21 +52,6 @@ void printRow(const Terminal& terminal, const Row& row)
     }
 }
 
-void printSum(const Terminal& terminal, const std::vector<Row>& rows)
-{
-    const auto good = std::ranges::count_if(rows, &Row::isAsExpected);
-    const std::string sum = std::to_string(good) + " of " +
-                            std::to_string(rows.size()) + " as expected";
-    std::cout << std::string(terminal.width(), '-') << '\n';
-    if (allAsExpected(rows))
-    {
-        std::cout << terminal.toned(Tone::good, sum)
-                  << ", and nothing else happened on disk, bus or journal.\n";
-        return;
-    }
-    std::cout << terminal.toned(Tone::bad, sum) << ".\n";
-}
-
 } // namespace
 
 bool allAsExpected(const std::vector<Row>& rows)
@@ -81,7 +66,23 @@ void printTable(const Terminal& terminal, const std::vector<Row>& rows)
     {
         printRow(terminal, row);
     }
-    printSum(terminal, rows);
+}
+
+void printSum(const Terminal& terminal, const std::vector<Row>& rows)
+{
+    const auto good = std::ranges::count_if(rows, &Row::isAsExpected);
+    std::string sum = std::to_string(good) + " of " +
+                      std::to_string(rows.size()) + " as expected";
+    if (allAsExpected(rows))
+    {
+        sum += ", and nothing else happened on disk, bus or journal";
+    }
+    std::cout << std::string(terminal.width(), '-') << '\n';
+    for (const auto& line : wrapped(sum + '.', terminal.width()))
+    {
+        const Tone tone = allAsExpected(rows) ? Tone::good : Tone::bad;
+        std::cout << terminal.toned(tone, line) << '\n';
+    }
 }
 
 } // namespace demo

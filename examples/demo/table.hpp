@@ -28,7 +28,10 @@ struct Row
 /** Whether there are rows, and each is as expected. */
 bool allAsExpected(const std::vector<Row>& rows);
 
-/** Prints the rows to standard output, and how many are as expected. */
+/** Prints the rows to standard output. */
 void printTable(const Terminal& terminal, const std::vector<Row>& rows);
+
+/** Prints how many are as expected. */
+void printSum(const Terminal& terminal, const std::vector<Row>& rows);
 
 } // namespace demo

@@ -33,7 +33,7 @@ std::size_t columnsOfTerminal()
     {
         return usual;
     }
-    return std::clamp<std::size_t>(size.ws_col, 60, 120);
+    return std::clamp<std::size_t>(size.ws_col, 40, 120);
 }
 
 const char* codeOf(Tone tone)

@@ -24,7 +24,7 @@ class Terminal
     /** A terminal, whose lines can be written over. */
     bool isInteractive() const;
 
-    /** The columns of the terminal, between 60 and 120; otherwise 80. */
+    /** The columns of the terminal, between 40 and 120; otherwise 80. */
     std::size_t width() const;
 
     /** The text in colour, but only on a terminal, and not with NO_COLOR. */
