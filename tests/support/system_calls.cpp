@@ -1,6 +1,5 @@
 #include "system_calls.hpp"
 
-#include <algorithm>
 #include <array>
 
 namespace support
@@ -79,10 +78,14 @@ constexpr auto kinds = std::to_array<SystemCallKind>({
 
 SystemCallKind kindOfSystemCall(std::string_view systemName)
 {
-    const auto known =
-        std::ranges::find(kinds, systemName, &SystemCallKind::systemName);
-    return known != kinds.end() ? *known
-                                : SystemCallKind{systemName, systemName};
+    for (const auto& kind : kinds)
+    {
+        if (kind.systemName == systemName)
+        {
+            return kind;
+        }
+    }
+    return {systemName, systemName};
 }
 
 std::vector<std::string> systemNamesOf(std::string_view name)
