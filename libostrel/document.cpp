@@ -50,7 +50,8 @@ std::string objectOf(const auto& members, auto json)
     std::string text = "{";
     for (const auto& each : members)
     {
-        text += (text.size() == 1 ? "" : ",") + json(each);
+        text += text.size() == 1 ? "" : ",";
+        text += json(each);
     }
     return text + '}';
 }

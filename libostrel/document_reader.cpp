@@ -105,7 +105,8 @@ class Reader
             name = std::move(text);
             return true;
         }
-        foreign += (keys.size() > 1 ? "," : "") + stringJson(text) + ':';
+        foreign += keys.size() > 1 ? "," : "";
+        foreign += stringJson(text) + ':';
         return true;
     }
 
