@@ -12,6 +12,10 @@
  */
 #pragma once
 
+#if __cplusplus < 202002L
+#error "libfenmarch needs C++20: compile with -std=c++20 or newer"
+#endif
+
 #include <sdbusplus/bus.hpp>
 #include <xyz/openbmc_project/Software/Activation/common.hpp>
 #include <xyz/openbmc_project/Software/Version/common.hpp>
