@@ -12,12 +12,13 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <cstdlib>
+#include <exception>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <stdexcept>
 #include <string>
-#include <system_error>
 #include <vector>
 
 namespace support
@@ -77,7 +78,7 @@ void removeLeftovers()
     if (const Paths left = readRecord(); !left.empty())
     {
         std::cerr << "in place: a run before was killed; removing what it left:"
-                  << ' ' << joined(left, ", ") << std::endl;
+                  << ' ' << joined(left, ", ") << '\n';
         removeRecorded();
     }
 }
@@ -170,9 +171,8 @@ void endChildren()
     {
         sigset_t all;
         sigfillset(&all);
-        std::signal(WTERMSIG(status), SIG_DFL);
         sigprocmask(SIG_UNBLOCK, &all, nullptr);
-        std::raise(WTERMSIG(status));
+        kill(getpid(), WTERMSIG(status));
     }
     _exit(WEXITSTATUS(status));
 }
@@ -187,7 +187,7 @@ void endChildren()
     }
     catch (const std::exception& error)
     {
-        std::cerr << "in place: " << error.what() << std::endl;
+        std::cerr << "in place: " << error.what() << '\n';
         _exit(EXIT_FAILURE);
     }
     endAs(status);
