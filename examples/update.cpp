@@ -42,13 +42,13 @@ Update::Update(FwManager& manager, std::string published,
     require(firmware.saveVersionStringFromInfo("update_option",
                                                firmware.readOption()) == 0,
             "the update option is not kept");
-    mask.emplace(firmware);
 }
 
 bool Update::step()
 {
     if (percent == 0)
     {
+        mask.emplace(firmware);
         backUp();
     }
     // Here a real service writes the next part of the image.
@@ -120,4 +120,6 @@ void verifyBackup(FwManager& firmware, const std::string& object)
             "there is no backup of " + running);
     addToHistory(firmware, "Active", running);
     firmware.deleteVersion("Staged", wholeHistory);
+    require(firmware.getVersionCount("Staged") == 0,
+            "the history is not deleted");
 }

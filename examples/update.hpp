@@ -14,7 +14,8 @@
  * is written and published. It goes on by steps, so that a service can look
  * after its other work between two of them.
  *
- * The power button is masked until this is destroyed, finished or not.
+ * The power button is masked from the first step until this is destroyed,
+ * finished or not.
  */
 class Update
 {
@@ -26,7 +27,7 @@ class Update
      * @param published  the software object that shows the progress
      * @param directory  holds firmware.tar and the file "release" with its
      *                   VERSION_ID, BUILD_DATE and NAME
-     * @throws std::runtime_error, with the button not masked
+     * @throws std::runtime_error when the image cannot be used
      */
     Update(FwManager& manager, std::string published, std::string directory);
 

@@ -264,6 +264,17 @@ TEST_F(Daemon, FailsToStartAsLongAsTheButtonStaysMasked)
     EXPECT_EQ(shown("State"), R"(s "Interrupted")");
 }
 
+TEST_F(Daemon, EndsWithAFailureWhenTheButtonStaysMasked)
+{
+    ASSERT_TRUE(startAndAwait());
+    ASSERT_EQ(call("Check", "s", images), "true");
+    services.answer(button, "ButtonMasked",
+                    Answer::error("a.b.Error", "not now"));
+    EXPECT_EQ(update(), std::string(failed) + "the power button stays masked");
+    EXPECT_EQ(daemon->wait(), 1);
+    EXPECT_TRUE(isKept("Updating"));
+}
+
 TEST_F(Daemon, FailsWithTheBusSoThatItIsStartedAgain)
 {
     ASSERT_TRUE(startAndAwait());
