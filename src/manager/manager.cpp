@@ -1,8 +1,12 @@
 #include <libfenmarch.hpp>
+#include <sdbusplus/bus.hpp>
 #include <systemd/sd-bus.h>
 
 #include <stdexcept>
+#include <string>
 #include <type_traits>
+#include <utility>
+#include <vector>
 
 namespace phosphor::software::updater
 {

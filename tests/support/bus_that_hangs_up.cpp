@@ -1,6 +1,7 @@
 #include "bus_that_hangs_up.hpp"
 
 #include "checked.hpp"
+#include "descriptor.hpp"
 #include "private_bus.hpp"
 
 #include <sys/socket.h>
