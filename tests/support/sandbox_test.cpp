@@ -718,7 +718,7 @@ TEST_F(InPlace, EndsWhatTheProgramLeftRunning)
                       }
                       return std::to_string(child);
                   }));
-                  return kill(left, 0) == 0 ? "it still runs" : "";
+                  return kill(left, SIGKILL) == 0 ? "it still runs" : "";
               }),
               "");
 }
