@@ -16,12 +16,12 @@
 #error "libfenmarch needs C++20: compile with -std=c++20 or newer"
 #endif
 
+#include <libfenmarch/platform.hpp>
 #include <sdbusplus/bus.hpp>
 #include <xyz/openbmc_project/Software/Activation/common.hpp>
 #include <xyz/openbmc_project/Software/Version/common.hpp>
 
 #include <cstdint>
-#include <libfenmarch/platform.hpp>
 #include <map>
 #include <string>
 #include <vector>
