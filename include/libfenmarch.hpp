@@ -190,8 +190,8 @@ int bmcReleaseFileItemSet(const std::string& path, const std::string& key,
  *   default connection itself makes it fail with ELOOP, and one on another
  *   connection lets it wait in vain.
  *
- * Operations that log wait for the journal without limit. A save logs first:
- * where the journal has stopped, nothing is saved.
+ * Operations that log wait for the journal without limit. Saves do so before
+ * they act: where the journal has stopped, nothing is saved.
  */
 class FENMARCH_ON_PLATFORM FwManager
 {
