@@ -115,9 +115,14 @@ void verifyBackup(FwManager& firmware, const std::string& object)
     std::string running;
     require(firmware.getBmcVersion(object, running) == 0 && !running.empty(),
             "the version that runs is not known");
+    const bool pending = Slots(firmware).verifying == running;
     firmware.verifyBackupImage(running);
     require(Slots(firmware).verified == running,
             "there is no backup of " + running);
+    if (!pending)
+    {
+        return; // it was verified before
+    }
     addToHistory(firmware, "Active", running);
     firmware.deleteVersion("Staged", wholeHistory);
     require(firmware.getVersionCount("Staged") == 0,

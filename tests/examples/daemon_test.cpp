@@ -159,6 +159,17 @@ TEST_F(Daemon, VerifiesTheVersionThatRuns)
     EXPECT_EQ(call("Verify"), "");
     EXPECT_EQ(shown("Verifying"), R"(s "")");
     EXPECT_EQ(shown("Verified"), R"(s "1.02.03")");
+    EXPECT_EQ(call("Verify"), "");
+    EXPECT_EQ(support::readFile(stateFile), R"({
+    "Host": {
+        "check_result": "yes",
+        "update_option": "",
+        "update_state": "Updated",
+        "Active_0": "1.02.03",
+        "Active_count": "1"
+    }
+}
+)");
 }
 
 TEST_F(Daemon, RefusesAnImageThatIsNotWhole)
