@@ -14,17 +14,6 @@ constexpr std::size_t indentColumns = 4;
 constexpr std::size_t placeColumns = 9;
 constexpr std::size_t headColumns = indentColumns + placeColumns;
 
-std::string bar(int percent, std::size_t width)
-{
-    constexpr std::size_t most = 40;
-    constexpr std::size_t around = std::string_view("[] 100 %").size();
-    const auto cells = std::min(most, width - around);
-    const auto filled =
-        static_cast<std::size_t>(std::clamp(percent, 0, 100)) * cells / 100;
-    return '[' + padded(std::string(filled, '#'), cells) + "] " +
-           std::to_string(percent) + " %";
-}
-
 Tone toneOfChange(const std::string& line)
 {
     return line.starts_with("+ ")   ? Tone::good
@@ -83,7 +72,6 @@ void Report::beginStep(std::size_t number, const std::string& title)
 
 void Report::show(const std::string& place, const std::string& text)
 {
-    finishBar();
     if (detail == Detail::everything)
     {
         print(place, text);
@@ -124,40 +112,8 @@ void Report::showChangedLine(const std::string& line)
     }
 }
 
-void Report::showProgress(int percent)
-{
-    if (detail == Detail::brief)
-    {
-        return;
-    }
-    barPercent = percent;
-    if (terminal.isInteractive())
-    {
-        std::cout << '\r' << std::string(headColumns, ' ')
-                  << terminal.toned(Tone::good, bar(percent, terminal.width() -
-                                                                 headColumns))
-                  << std::flush;
-    }
-}
-
-void Report::finishBar()
-{
-    if (!barPercent)
-    {
-        return;
-    }
-    if (!terminal.isInteractive())
-    {
-        std::cout << std::string(headColumns, ' ')
-                  << bar(*barPercent, terminal.width() - headColumns);
-    }
-    std::cout << '\n';
-    barPercent.reset();
-}
-
 void Report::endStep(const std::vector<Row>& rows)
 {
-    finishBar();
     if (detail == Detail::brief)
     {
         printEffects();

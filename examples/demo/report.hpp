@@ -4,7 +4,6 @@
 #include "terminal.hpp"
 
 #include <cstddef>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -33,10 +32,6 @@ class Report
     void show(const std::string& place, const std::string& text);
     /** A line of a changed file, as in Change::lines. */
     void showChangedLine(const std::string& line);
-    /** Draws the bar anew on a terminal; elsewhere it is drawn once, as it
-     *  stands when something else is shown. */
-    void showProgress(int percent);
-
     /** Ends a step: what in it was not as expected. */
     void endStep(const std::vector<Row>& rows);
 
@@ -48,7 +43,6 @@ class Report
     void print(const std::string& place, const std::string& text,
                Tone tone = Tone::plain) const;
     void printEffects() const;
-    void finishBar();
 
     /** Something seen in a step. */
     struct Effect
@@ -59,7 +53,6 @@ class Report
 
     Detail detail;
     Terminal terminal;
-    std::optional<int> barPercent;
     /** In this step. */
     std::vector<Effect> effects;
 };

@@ -57,15 +57,9 @@ const char* codeOf(Tone tone)
 } // namespace
 
 Terminal::Terminal() :
-    interactive(isatty(STDOUT_FILENO) == 1 && !isDumb()),
-    coloured(interactive && !isSet("NO_COLOR")),
+    coloured(isatty(STDOUT_FILENO) == 1 && !isDumb() && !isSet("NO_COLOR")),
     columns(columnsOfTerminal())
 {
-}
-
-bool Terminal::isInteractive() const
-{
-    return interactive;
 }
 
 std::size_t Terminal::width() const

@@ -21,9 +21,6 @@ class Terminal
   public:
     Terminal();
 
-    /** A terminal, whose lines can be written over. */
-    bool isInteractive() const;
-
     /** The columns of the terminal, between 40 and 120; otherwise 80. */
     std::size_t width() const;
 
@@ -31,7 +28,6 @@ class Terminal
     std::string toned(Tone tone, const std::string& text) const;
 
   private:
-    bool interactive;
     bool coloured;
     std::size_t columns;
 };
