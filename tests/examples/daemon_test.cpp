@@ -66,13 +66,20 @@ class Daemon : public support::BusTest
         });
     }
 
+    bool isServed()
+    {
+        return sd_bus_get_name_creds(caller.get(), service, 0, nullptr) >= 0;
+    }
+
     [[nodiscard]] bool startAndAwait()
     {
+        // The bus notices the end of the daemon before a little later.
+        if (!await([&] { return !isServed(); }))
+        {
+            return false;
+        }
         start();
-        return await([&] {
-            return sd_bus_get_name_creds(caller.get(), service, 0, nullptr) >=
-                   0;
-        });
+        return await([&] { return isServed(); });
     }
 
     std::string call(const std::string& member,
