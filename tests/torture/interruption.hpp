@@ -29,10 +29,9 @@ struct Interruption
  * @param broken  whether a call is not made but seems to have worked
  * @param end     what happens while the call waits, before the process dies
  */
-Interruption interrupt(
-    const Operation& operation, size_t number,
-    const std::function<bool(const SystemCall&)>& broken,
-    const std::function<void()>& end);
+Interruption interrupt(const Operation& operation, size_t number,
+                       const std::function<bool(const SystemCall&)>& broken,
+                       const std::function<void()>& end);
 
 /** Looks at what an interrupted operation left, and runs it again.
  *  @return what is wrong, each in a few words */
