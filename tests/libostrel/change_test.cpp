@@ -4,6 +4,7 @@
 
 #include <clocale>
 #include <cstdlib>
+#include <fstream>
 
 namespace
 {
@@ -354,12 +355,32 @@ TEST_F(Staging, NewTextLiesBesideTheOldUntilTheRelease)
 TEST_F(Staging, KeepsModeAndOwner)
 {
     support::writeFile(document, oldText);
-    ASSERT_EQ(::chown(document.c_str(), 0, 0), 0);
+    const auto before = support::statusOf(document);
     for (const mode_t mode : {0600U, 0640U, 0664U, 0444U})
     {
         ASSERT_EQ(::chmod(document.c_str(), mode), 0);
         ASSERT_EQ(set("a", "mode", std::to_string(mode).c_str()),
                   std::pair(0, 0));
+        const auto after = support::statusOf(document);
+        EXPECT_EQ(after.st_mode & 07777U, mode);
+        EXPECT_EQ(after.st_uid, before.st_uid);
+        EXPECT_EQ(after.st_gid, before.st_gid);
+    }
+}
+
+TEST_F(Staging, KeepsSetIdAndStickyBits)
+{
+    for (const mode_t mode : {06755U, 04711U, 02755U, 01644U})
+    {
+        support::writeFile(document, oldText);
+        ASSERT_EQ(::chmod(document.c_str(), mode), 0);
+        // Whoever has no right to them loses set-id bits when he writes.
+        std::ofstream(document) << oldText;
+        if ((support::statusOf(document).st_mode & 07777U) != mode)
+        {
+            GTEST_SKIP() << "only root keeps them";
+        }
+        ASSERT_EQ(set("a", "b", "new"), std::pair(0, 0));
         EXPECT_EQ(support::statusOf(document).st_mode & 07777U, mode);
     }
 }
