@@ -76,4 +76,26 @@ TEST_F(ConversionMemory, ActivationIsLoggedAndHasNoName)
               "xyz.openbmc_project.Software.Activation.Activations.Staged"}})});
 }
 
+TEST_F(ConversionMemory, NameOfAPurposeIsLoggedAndIsUnknown)
+{
+    failNext = true;
+    EXPECT_EQ(getVersionPurposeFromName("BMC"), VersionPurpose::Unknown);
+    EXPECT_FALSE(failNext);
+    EXPECT_EQ(logged(), std::vector{errorRecord(
+                            "Failed get version purpose from name BMC!",
+                            "Failed get version purpose from name {NAME}!",
+                            {{"NAME", "BMC"}})});
+}
+
+TEST_F(ConversionMemory, NameOfAnActivationIsLoggedAndHasValueZero)
+{
+    failNext = true;
+    EXPECT_EQ(getActivationsFromName("Staged"), static_cast<Activations>(0));
+    EXPECT_FALSE(failNext);
+    EXPECT_EQ(logged(),
+              std::vector{errorRecord("Failed get activation from name Staged!",
+                                      "Failed get activation from name {NAME}!",
+                                      {{"NAME", "Staged"}})});
+}
+
 } // namespace

@@ -107,12 +107,15 @@ TEST_F(Manager, NullNameIsRefusedByTheString)
 
 TEST_F(Manager, ConstructionReadsNoConfiguration)
 {
-    const FwManager early("BMC");
+    FwManager early("BMC");
     support::writeFile(configFile, R"({"BMC":{"updateable":"yes"}})");
     FwManager manager("BMC");
     support::writeFile(configFile, R"({"BMC":{"updateable":"no"}})");
-    EXPECT_TRUE(manager.isConfig());
-    EXPECT_FALSE(manager.getUpdateable());
+    for (auto* const each : {&early, &manager})
+    {
+        EXPECT_TRUE(each->isConfig());
+        EXPECT_FALSE(each->getUpdateable());
+    }
 }
 
 using ManagerOnTheBus = support::BusTest;
