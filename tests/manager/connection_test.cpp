@@ -6,6 +6,7 @@
 #include <libfenmarch.hpp>
 #include <sdbusplus/exception.hpp>
 
+#include <cstdlib>
 #include <optional>
 #include <stdexcept>
 #include <thread>
@@ -123,6 +124,21 @@ TEST_F(Connection, IsNotMadeWhenTheBusHangsUp)
         expectNoConnection(manager);
         expectRecords(manager);
     }
+    systemBus().start();
+}
+
+TEST_F(Connection, IsNotMadeWhenTheBusDoesNotAnswer)
+{
+    systemBus().stop();
+    ::setenv("SYSTEMD_BUS_TIMEOUT", "50ms", 1);
+    {
+        const support::BusThatHangsUp mute(
+            support::BusThatHangsUp::When::afterClient);
+        FwManager manager("BMC");
+        expectNoConnection(manager);
+        expectRecords(manager);
+    }
+    ::unsetenv("SYSTEMD_BUS_TIMEOUT");
     systemBus().start();
 }
 

@@ -135,6 +135,18 @@ TEST_F(Surroundings, BlockedSignalWaitsForTheEndOfTheCall)
     pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
 }
 
+TEST_F(Surroundings, ServiceThatDoesNotAnswerFailsTheCall)
+{
+    sd_bus* shared = nullptr;
+    support::checkedSystemd(sd_bus_default(&shared), "sd_bus_default");
+    sd_bus_set_method_call_timeout(shared, 50'000);
+    services.answer(button, "ButtonMasked", Answer::never());
+    EXPECT_EQ(manager.disablePowerOp(), -1);
+    EXPECT_TRUE(loggedError().starts_with(
+        "sd_bus_call: org.freedesktop.DBus.Error.Timeout: "));
+    sd_bus_unref(shared);
+}
+
 /** A service that owns a name that the library calls. */
 class OwnService : public support::LibraryTest
 {

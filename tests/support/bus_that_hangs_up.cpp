@@ -43,15 +43,18 @@ void authenticate(int client)
     send(client, accepted.data(), accepted.size(), MSG_NOSIGNAL);
 }
 
-void serve(int listener)
+void serve(int listener, BusThatHangsUp::When when)
 {
+    constexpr auto whatNoClientSays = "\n\n\n\n";
     while (const Descriptor client{
         accept4(listener, nullptr, nullptr, SOCK_CLOEXEC)})
     {
         if (waitFor(client.get(), "BEGIN\r\n"))
         {
             authenticate(client.get());
-            waitFor(client.get(), "Hello");
+            waitFor(client.get(), when == BusThatHangsUp::When::atHello
+                                      ? "Hello"
+                                      : whatNoClientSays);
         }
     }
 }
@@ -68,7 +71,7 @@ sockaddr_un busAddress()
 
 } // namespace
 
-BusThatHangsUp::BusThatHangsUp() :
+BusThatHangsUp::BusThatHangsUp(When when) :
     listener(checked(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0), "socket"))
 {
     const sockaddr_un address = busAddress();
@@ -76,7 +79,7 @@ BusThatHangsUp::BusThatHangsUp() :
                  sizeof(address)),
             "bind");
     checked(listen(listener.get(), SOMAXCONN), "listen");
-    server = std::thread(serve, listener.get());
+    server = std::thread(serve, listener.get(), when);
 }
 
 BusThatHangsUp::~BusThatHangsUp()
