@@ -1,10 +1,14 @@
 #include "support/cancelled.hpp"
 #include "support/checked.hpp"
+#include "support/descriptor.hpp"
 #include "support/library_test.hpp"
 
 #include <libfenmarch.hpp>
 
+#include <fcntl.h>
+#include <sys/ioctl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cstdint>
 #include <filesystem>
@@ -535,6 +539,20 @@ TEST_F(ImageBackup, FifoInPlaceOfTheVersionDoesNotHang)
     receive("image");
     backUp("1.0");
     EXPECT_EQ(versions(), Versions("1.0", "untouched"));
+}
+
+TEST_F(ImageBackup, FifoInPlaceOfTheVersionIsNotRead)
+{
+    fs::create_directories(verifying);
+    const fs::path fifo = verifying / "version";
+    support::checked(::mkfifo(fifo.c_str(), 0600), fifo);
+    const support::Descriptor ends(
+        support::checked(::open(fifo.c_str(), O_RDWR | O_CLOEXEC), fifo));
+    support::checked(::write(ends.get(), "1.0\n", 4), fifo);
+    EXPECT_EQ(versions(), Versions("untouched", "untouched"));
+    int heldBytes = 0;
+    support::checked(::ioctl(ends.get(), FIONREAD, &heldBytes), "FIONREAD");
+    EXPECT_EQ(heldBytes, 4);
 }
 
 TEST_F(ImageBackup, NameIsAppendedAsItIs)
