@@ -88,14 +88,21 @@ class SystemCalls : public support::LibraryTest
     static std::vector<std::string> failing(const std::string& name,
                                             const std::string& path = "")
     {
+        return injecting("error=EIO", name, path);
+    }
+
+    /** Likewise with a fault or a signal, as strace names it. */
+    static std::vector<std::string> injecting(const std::string& fault,
+                                              const std::string& name,
+                                              const std::string& path = "")
+    {
         std::string calls;
         for (const auto& call : support::systemNamesOf(name))
         {
             // Not each machine has each.
             calls += (calls.empty() ? "?" : ",?") + call;
         }
-        std::vector<std::string> options{"-e",
-                                         "inject=" + calls + ":error=EIO"};
+        std::vector<std::string> options{"-e", "inject=" + calls + ":" + fault};
         if (!path.empty())
         {
             std::ranges::copy(
@@ -306,6 +313,79 @@ TEST_F(SystemCalls, DeletingAllLocksForEachRecord)
     EXPECT_EQ(count({"flock"}), 2 * records) << inLines(lines);
 }
 
+TEST_F(SystemCalls, DeletingAllGoesUpFromTheFirstEntryToTheLength)
+{
+    const std::vector<std::string> records{"Active_0", "Active_1", "Active_2",
+                                           "Active_count"};
+    for (size_t i = 0; i < records.size(); ++i)
+    {
+        FwManager manager("BMC");
+        manager.saveVersion("Active", 0, "1.0");
+        manager.saveVersion("Active", 1, "2.0");
+        manager.saveVersion("Active", 2, "3.0");
+        manager.saveVersionCount("Active", 3);
+        // Of all deletions just this one, counted from 1, does nothing.
+        trace("delete all",
+              injecting("error=EIO:when=" + std::to_string(i + 1), "rename"));
+        for (const auto& record : records)
+        {
+            EXPECT_EQ(manager.getVersionStringFromInfo(record).empty(),
+                      record != records[i])
+                << record << " after failure " << i + 1;
+        }
+    }
+}
+
+TEST_F(SystemCalls, ChangesAreLoggedBeforeTheyAreMade)
+{
+    FwManager manager("BMC");
+    manager.saveVersion("Active", 0, "1.0");
+    manager.saveVersionCount("Active", 1);
+    for (const auto* const operation :
+         {"save the check result", "save the update state", "save a version",
+          "save the count", "delete a version", "delete all"})
+    {
+        trace(operation);
+        const auto order = effects();
+        ASSERT_FALSE(order.empty()) << operation;
+        EXPECT_EQ(std::ranges::count(order, "log"), 1) << operation;
+        EXPECT_EQ(order.front(), "log") << operation;
+        EXPECT_GE(std::ranges::count(order, "rename"), 1) << operation;
+    }
+}
+
+TEST_F(SystemCalls, TemporaryIsItsWritersAloneUntilItHasModeAndOwner)
+{
+    trace("save");
+    std::vector<std::string> order;
+    for (size_t i = 0; i < calls.size(); ++i)
+    {
+        if (lines[i].find("version.json.tmp") != std::string::npos)
+        {
+            order.push_back(
+                calls[i] +
+                (lines[i].find(", 0600)") != std::string::npos ? " 0600" : ""));
+        }
+    }
+    EXPECT_EQ(order,
+              (std::vector<std::string>{"remove", "open 0600", "chown", "chmod",
+                                        "write", "fsync", "close", "rename"}))
+        << inLines(lines);
+}
+
+TEST_F(SystemCalls, FileThatShrinksAfterItsSizeIsKnownIsReadToItsNewEnd)
+{
+    EXPECT_EQ(trace("save", injecting("signal=SIGUSR1", "stat", stateFile)),
+              "status 0\n");
+    EXPECT_EQ(support::readFile(stateFile), R"({
+    "BMC": {
+        "a": "1",
+        "key": "new"
+    }
+}
+)");
+}
+
 TEST_F(SystemCalls, ReleaseFileIsWrittenLineByLineAndSynchronised)
 {
     EXPECT_EQ(trace("write a release file"), "status 0\n");
@@ -380,6 +460,22 @@ TEST_F(BackupCalls, VersionOfTheOldSlotGoesFirst)
     ASSERT_GE(order.size(), 2U);
     EXPECT_EQ(order[0], "remove " + slot + "/version") << inLines(lines);
     EXPECT_EQ(order[1], "sync " + slot);
+}
+
+TEST_F(BackupCalls, VersionOfTheVerifiedSlotGoesFirst)
+{
+    support::run({TRACED_OPERATION, "back up"});
+    support::run({TRACED_OPERATION, "verify"});
+    support::run({TRACED_OPERATION, "back up"});
+    trace("verify");
+    const std::string slot = "/usr/share/firmware/backup/BMC/verified";
+    const auto order = effects();
+    const auto removal = std::ranges::find_if(order, [](const auto& effect) {
+        return effect.starts_with("remove ");
+    });
+    ASSERT_GE(order.end() - removal, 2) << inLines(lines);
+    EXPECT_EQ(removal[0], "remove " + slot + "/version") << inLines(lines);
+    EXPECT_EQ(removal[1], "sync " + slot) << inLines(lines);
 }
 
 TEST_F(BackupCalls, PromotionIsLoggedThenSynchronisedThenRenamed)

@@ -222,6 +222,23 @@ TEST_F(VersionHistory, DeletingAllRemovesEntriesUpToTheLengthAndTheLength)
     EXPECT_TRUE(services.takeCalls().empty());
 }
 
+TEST_F(VersionHistory, DeletingAllRemovesALongHistoryToo)
+{
+    constexpr int entries = 200;
+    std::string items;
+    for (int i = 0; i < entries; ++i)
+    {
+        items += "\"Active_" + std::to_string(i) + R"(":"1.0",)";
+    }
+    support::writeFile(stateFile,
+                       R"({"BMC":{)" + items + R"("Active_count":"200"}})");
+    EXPECT_EQ(bmc.deleteVersion("Active", 65535), 0);
+    EXPECT_EQ(support::readFile(stateFile), R"({
+    "BMC": {}
+}
+)");
+}
+
 TEST_F(VersionHistory, DeletingAllOfALengthBelowOneRemovesTheLengthAlone)
 {
     for (const int count : {0, -1})
