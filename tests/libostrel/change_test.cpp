@@ -599,6 +599,17 @@ TEST_F(Staging, MissingDirectoriesAreAllCreated)
     EXPECT_EQ(support::readFile(deep), oldText);
 }
 
+TEST_F(Staging, MissingDirectoriesAreCreatedOnAWayThroughDots)
+{
+    const auto deep =
+        scratch.path / "x" / "." / "y" / ".." / "z" / "document.json";
+    Handle config(json_config_load(deep.c_str(), lock.c_str(), 0));
+    ASSERT_EQ(json_config_set_string(config.get(), "a", "b", "old"), 0);
+    ASSERT_EQ(json_config_release(config.release()), 0);
+    EXPECT_EQ(support::readFile(scratch.path / "x" / "z" / "document.json"),
+              oldText);
+}
+
 TEST_F(Staging, RelativePathsWork)
 {
     const auto before = std::filesystem::current_path();
