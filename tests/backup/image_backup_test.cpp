@@ -639,7 +639,7 @@ TEST_F(ImageBackup, EmptyDirectoryInPlaceOfTheImageIsRemoved)
 TEST_F(ImageBackup, NothingButARegularFileIsOpenedAsTheImage)
 {
     fs::create_directories(source);
-    // With a writer, so that it would be read, and read without an end.
+    // Nobody writes to it: to open it would take for ever.
     const fs::path fifo = scratch.path / "fifo";
     support::checked(::mkfifo(fifo.c_str(), 0600), fifo);
     for (const fs::path& target : {fifo, fs::path("/dev/zero"), scratch.path})
