@@ -98,7 +98,7 @@ int main(int, char** arguments)
     // The tracer says when.
     static_cast<void>(std::signal(SIGUSR1, writeShortState));
     // An operation without an end shall not fill the disk with its trace.
-    constexpr unsigned mostSeconds = 30;
+    constexpr unsigned mostSeconds = 10;
     ::alarm(mostSeconds);
     FwManager manager("BMC");
     static_cast<void>(::access("/operation begins", F_OK));
