@@ -59,7 +59,8 @@ TEST_F(Set, EverythingElseKeepsItsValueAndPlace)
         null,
         true,
         {
-            "deep": "\u0000\"\\\n"
+            "deep": "\u0000\"\\\n",
+            "deeper": {}
         }
     ],
     "apple": {}
@@ -81,7 +82,8 @@ TEST_F(Set, EverythingElseKeepsItsValueAndPlace)
         null,
         true,
         {
-            "deep": "\u0000\"\\\n"
+            "deep": "\u0000\"\\\n",
+            "deeper": {}
         }
     ],
     "apple": {}
