@@ -83,7 +83,7 @@ void writeShortState(int)
     constexpr std::string_view text = R"({"BMC":{"a":"1"}})";
     const int file = ::open("/usr/share/firmware/version.json",
                             O_WRONLY | O_TRUNC | O_CLOEXEC);
-    if (::write(file, text.data(), text.size()) == -1)
+    if (file == -1 || ::write(file, text.data(), text.size()) == -1)
     {
         ::_exit(1);
     }
