@@ -88,7 +88,7 @@ class ImageBackup : public support::LibraryTest
 
 TEST_F(ImageBackup, ImageIsMovedIntoTheVerifyingSlot)
 {
-    const std::string image(300'000, '\xa5');
+    const std::string image(3'000'000, '\xa5');
     receive(image);
     backUp("1.0");
     EXPECT_EQ(support::readFile(verifying / "firmware.tar"), image);

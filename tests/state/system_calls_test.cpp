@@ -433,6 +433,19 @@ TEST_F(BackupCalls, BackupIsOnTheDiskBeforeTheOriginalGoes)
         << inLines(lines);
 }
 
+TEST_F(BackupCalls, BackupInTheWorkingDirectoryIsSynchronisedWithIt)
+{
+    support::writeFile(configFile, R"({"BMC":{"updateable":"yes",)"
+                                   R"("image_backup_path":"backup"}})");
+    const auto before = std::filesystem::current_path();
+    std::filesystem::current_path("/usr/share/firmware");
+    trace("back up");
+    std::filesystem::current_path(before);
+    const auto order = effects();
+    EXPECT_EQ(std::ranges::count(order, "sync /usr/share/firmware"), 1)
+        << inLines(lines);
+}
+
 TEST_F(BackupCalls, NoDescriptorIsInheritedByAProgramThatIsExecuted)
 {
     for (const auto* const operation : {"back up", "verify", "save"})
