@@ -612,6 +612,18 @@ TEST_F(Staging, MissingDirectoriesAreCreatedOnAWayThroughDots)
               oldText);
 }
 
+TEST_F(Staging, MissingDirectoriesThatCannotBeCreatedFailTheSet)
+{
+    create_directories(directory);
+    const auto readOnly = support::Mount::onItself(directory);
+    readOnly.makeReadOnly();
+    const auto deep = directory / "x" / "y" / "document.json";
+    const Handle config(json_config_load(deep.c_str(), lock.c_str(), 0));
+    errno = 0;
+    EXPECT_EQ(json_config_set_string(config.get(), "a", "b", "new"), -1);
+    EXPECT_EQ(errno, EROFS);
+}
+
 TEST_F(Staging, RelativePathsWork)
 {
     const auto before = std::filesystem::current_path();
