@@ -157,15 +157,19 @@ class Life
     support::Child child;
 };
 
+/** Services whose button gives no answer. */
+struct DeafServices : support::FakeServices
+{
+    DeafServices()
+    {
+        answer(button, "ButtonMasked", Answer::never());
+    }
+};
+
 /** All of them, beside each other. */
 struct Lives
 {
-    Lives()
-    {
-        services.answer(button, "ButtonMasked", Answer::never());
-    }
-
-    support::FakeServices services;
+    DeafServices services;
     Life deafService{std::nullopt, true};
     Life muteBus{SilentBus::Kind::mute, true};
     Life muteBusWithoutACall{SilentBus::Kind::mute, false};
