@@ -89,7 +89,7 @@ class HandledSignal : public Surroundings,
 {
 };
 
-TEST_P(HandledSignal, FailsACallThatTheServiceCarriesOut)
+TEST_P(HandledSignal, MayFailACallThatTheServiceCarriesOut)
 {
     struct sigaction action{};
     action.sa_handler = handle;
@@ -98,14 +98,25 @@ TEST_P(HandledSignal, FailsACallThatTheServiceCarriesOut)
     sigaction(SIGUSR1, &action, &former);
     services.answer(button, "ButtonMasked",
                     Answer::late(std::chrono::milliseconds(200)));
+    int status = 0;
     {
         const SignalDuringCall signal(services);
-        EXPECT_EQ(manager.disablePowerOp(), -1);
+        status = manager.disablePowerOp();
     }
     sigaction(SIGUSR1, &former, nullptr);
 
     EXPECT_EQ(loggedError(),
-              "sd_bus_call: System.Error.EINTR: Interrupted system call");
+              status == 0
+                  ? "0 records"
+                  : "sd_bus_call: System.Error.EINTR: Interrupted system call");
+    if (LIBSYSTEMD_VERSION <= 252)
+    {
+        EXPECT_EQ(status, -1);
+    }
+    if (LIBSYSTEMD_VERSION >= 257)
+    {
+        EXPECT_EQ(status, 0);
+    }
     EXPECT_TRUE(await(
         [&] { return services.property(button, "ButtonMasked") == "b true"; }));
 }

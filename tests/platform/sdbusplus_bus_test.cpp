@@ -130,13 +130,17 @@ TEST_F(Bus, RefusesAConnectionThatBreaksBeforeItHasItsName)
 TEST_F(Bus, RefusesTheConnectionOfAForkedParent)
 {
     const auto bus = connect();
+    sd_bus* const connection = defaultConnection();
 
-    support::Child child([] {
-        EXPECT_THROW(connect(), std::logic_error);
+    // Not asked for in the child: newer states of libsystemd have none for it.
+    support::Child child([&] {
+        EXPECT_THROW(sdbusplus::bus_t(connection, std::false_type()),
+                     std::logic_error);
         return HasFailure() ? 1 : 0;
     });
 
     EXPECT_EQ(child.wait(), 0);
+    sd_bus_unref(connection);
 }
 
 TEST_F(Bus, CallToAnAbsentServiceThrowsWhatTheBusSays)
