@@ -116,7 +116,8 @@ int bmcReleaseFileRead(const std::string& path,
  * Waits until it is on the disk; a new file has the mode that the process gives
  * by default. What fails after the opening, as on a full disk, is not reported
  * and leaves the file short. Waits for the readers of a FIFO; one that nobody
- * has open for reading cannot be opened.
+ * has open for reading cannot be opened, and one whose readers go away takes
+ * no more (SIGPIPE is held off).
  *
  * @return 0, or -1 when the file cannot be opened, told as by
  *         bmcReleaseFileRead()
@@ -159,8 +160,9 @@ int bmcReleaseFileItemSet(const std::string& path, const std::string& key,
  * All managers of a thread share that one connection, and destroying any of
  * them flushes and closes it. The bus operations of the others return their
  * failure result from then on. Managers made later get no connection, until
- * the last manager that holds the closed one is gone. So a thread keeps its
- * managers together, or gives each a thread of its own.
+ * everybody in the thread has released the closed one: the other managers, and
+ * the service, if it holds it. So a thread keeps its managers together, or
+ * gives each a thread of its own.
  *
  * It is the connection of the service itself, too, if that uses
  * sd_bus_default(): its names and objects on the bus go with any manager, even
@@ -171,8 +173,8 @@ int bmcReleaseFileItemSet(const std::string& path, const std::string& key,
  *
  * The connection is closed for good, too, when the bus ends or restarts, and
  * when a message is longer than the bus admits (32 MiB on a system bus). A
- * caller who wants to go on destroys all managers of the thread and makes new
- * ones.
+ * caller who wants to go on destroys all managers of the thread, releases the
+ * connection wherever else it is held, and makes new managers.
  *
  * Destroy a manager before the thread that made it ends: the connection points
  * into the memory of that thread, and the process crashes. In a child process,
@@ -183,9 +185,10 @@ int bmcReleaseFileItemSet(const std::string& path, const std::string& key,
  * - waits up to 25 seconds for its service (SYSTEMD_BUS_TIMEOUT). A bus that
  *   lets its clients connect and says nothing holds a constructor up for 90
  *   seconds instead: start the service after dbus.service.
- * - fails with EINTR when a signal handler runs during the call, with
- *   SA_RESTART too, although the service does what was asked. Block signals
- *   and take them from a signalfd or an event loop.
+ * - may fail with EINTR when a signal handler runs during the call, with
+ *   SA_RESTART too, although the service does what was asked (libsystemd 252
+ *   does so, 257 does not). Block signals and take them from a signalfd or an
+ *   event loop.
  * - does not reach a service in the same thread: one that owns the name on the
  *   default connection itself makes it fail with ELOOP, and one on another
  *   connection lets it wait in vain.

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <array>
+#include <csignal>
 #include <filesystem>
 #include <string_view>
 
@@ -42,6 +43,41 @@ bool isRegular(const Descriptor& file)
     return ::statx(file.get(), "", AT_EMPTY_PATH, STATX_TYPE, &status) == 0 &&
            S_ISREG(status.stx_mode);
 }
+
+/** Keeps the SIGPIPE of a FIFO whose readers go away from the process, which it
+ *  would end: the write fails, as on a full disk. */
+class PipeSignalHeldOff
+{
+  public:
+    PipeSignalHeldOff()
+    {
+        ::sigemptyset(&pipeSignal);
+        ::sigaddset(&pipeSignal, SIGPIPE);
+        sigset_t pending{};
+        ::sigpending(&pending);
+        wasPending = ::sigismember(&pending, SIGPIPE) == 1;
+        ::pthread_sigmask(SIG_BLOCK, &pipeSignal, &before);
+    }
+
+    ~PipeSignalHeldOff()
+    {
+        if (!wasPending)
+        {
+            constexpr timespec atOnce{};
+            posix::uninterrupted(
+                [&] { return ::sigtimedwait(&pipeSignal, nullptr, &atOnce); });
+        }
+        ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    }
+
+    PipeSignalHeldOff(const PipeSignalHeldOff&) = delete;
+    PipeSignalHeldOff& operator=(const PipeSignalHeldOff&) = delete;
+
+  private:
+    sigset_t pipeSignal{};
+    sigset_t before{};
+    bool wasPending = false;
+};
 
 using Buffer = std::array<char, 4096>;
 
@@ -124,6 +160,7 @@ bool writeText(const std::string& path, const std::vector<std::string>& pieces)
         return false;
     }
     letWait(file);
+    const PipeSignalHeldOff held;
     // Stops at the first piece that cannot be written.
     std::ranges::all_of(pieces, [&](const auto& piece) {
         return posix::writeAll(file.get(), piece);

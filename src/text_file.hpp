@@ -24,7 +24,7 @@ std::optional<std::string> readFirstWord(const std::string& path);
  * Writes a file in place: opens it, creating or truncating it, writes the
  * pieces one by one and waits until they are on the disk, with its name. What
  * fails after the opening is not reported. Waits for the readers of a FIFO; one
- * that nobody reads cannot be opened.
+ * that nobody reads cannot be opened, and SIGPIPE is held off.
  *
  * @return whether it could be opened
  */

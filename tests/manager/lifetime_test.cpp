@@ -211,6 +211,19 @@ bool masks(FwManager& manager)
     }
 }
 
+TEST_F(Lifetime, ClosedConnectionThatTheServiceHoldsStaysTheDefaultOne)
+{
+    const auto newOneMasks = [] {
+        FwManager manager("Host");
+        return masks(manager);
+    };
+    auto ofTheService = defaultConnection();
+    EXPECT_TRUE(newOneMasks());
+    EXPECT_FALSE(newOneMasks());
+    ofTheService.reset();
+    EXPECT_TRUE(newOneMasks());
+}
+
 TEST_F(Lifetime, ForkLeavesTheChildWithoutABusAsLongAsAManagerOfTheParentLives)
 {
     FwManager ofTheParent("BMC");

@@ -12,6 +12,7 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <csignal>
 #include <future>
 #include <optional>
 #include <stdexcept>
@@ -327,6 +328,22 @@ TEST_F(ReleaseFifo, IsWrittenAsFastAsItIsRead)
     }
     EXPECT_EQ(status.get(), 0);
     EXPECT_EQ(text, "NAME=\"" + value + "\"\n");
+}
+
+TEST_F(ReleaseFifo, ReaderThatGoesAwayDoesNotEndItsWriter)
+{
+    std::optional reader(open(O_RDONLY));
+    auto status = std::async(std::launch::async, [&] {
+        const int result =
+            bmcReleaseFileWrite(file, {{"NAME", std::string(588'881, 'x')}});
+        sigset_t pending{};
+        sigpending(&pending);
+        EXPECT_EQ(sigismember(&pending, SIGPIPE), 0);
+        return result;
+    });
+    waitForContent(*reader, ::fcntl(reader->get(), F_GETPIPE_SZ));
+    reader.reset();
+    EXPECT_EQ(status.get(), 0);
 }
 
 TEST_F(ReleaseFile, CancelledThreadEndsAfterTheOperation)
