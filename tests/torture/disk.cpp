@@ -9,6 +9,7 @@
 #include <sys/mount.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdint>
 #include <stdexcept>
 
@@ -44,7 +45,31 @@ Descriptor openDirectory(const fs::path& directory)
                               "open " + directory.string()));
 }
 
+/** As root of the host, not of a user namespace. */
+bool mayMountDevices()
+{
+    // The rights are looked at first, and then what kind of file it is.
+    return ::mount("/dev/null", "/run", "ext4", 0, nullptr) == 0 ||
+           (errno != EPERM && errno != EACCES);
+}
+
+bool hasLoopDevice()
+{
+    constexpr int noneFound = 1;
+    const auto found = support::run({"losetup", "--find"});
+    const auto device = found.output.substr(0, found.output.find('\n'));
+    // A missing losetup is no missing device: the disk is going to say so.
+    return found.status != noneFound &&
+           (found.status != 0 ||
+            Descriptor(::open(device.c_str(), O_RDWR | O_CLOEXEC)));
+}
+
 } // namespace
+
+bool Disk::canBeMade()
+{
+    return mayMountDevices() && hasLoopDevice();
+}
 
 Disk::Disk() : image("/run/disk.ext4")
 {

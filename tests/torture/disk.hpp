@@ -13,6 +13,9 @@ namespace torture
 class Disk
 {
   public:
+    /** Whether this process has the rights and the devices that one takes. */
+    static bool canBeMade();
+
     /** @throws std::runtime_error where there is no loop device or no ext4 */
     Disk();
     ~Disk();

@@ -54,6 +54,8 @@ struct Experiment
     /** The mechanisms that can be broken; each has to be noticed. */
     std::vector<std::string_view> sabotages;
     void (*run)(const Plan&, Report&);
+    /** What it needs and does not have here; empty where it can be run. */
+    std::string_view (*missing)() = [] { return std::string_view(); };
 };
 
 /** All of them, in the order of the table. */

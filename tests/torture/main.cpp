@@ -1,9 +1,12 @@
 /**
  * Puts the library through what happens to machines:
  *
- *   torture [--quick] [--sabotage MECHANISM] [EXPERIMENT...]
- *   torture --prove [EXPERIMENT...]
+ *   torture [--require-all] [--quick] [--sabotage MECHANISM] [EXPERIMENT...]
+ *   torture [--require-all] --prove [EXPERIMENT...]
  *   torture --list
+ *
+ * An experiment that this machine has not the means for is skipped; with
+ * --require-all that is a failure.
  *
  * Exit status: 0 when nothing was lost, 1 when something was (with --prove:
  * when a broken mechanism was not noticed), 2 when it could not be run.
@@ -18,6 +21,7 @@
 #include <iostream>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace
@@ -34,6 +38,8 @@ struct Arguments
     Plan plan;
     bool list = false;
     bool prove = false;
+    /** An experiment that is skipped counts as failed. */
+    bool requireAll = false;
     std::vector<Experiment> chosen;
 };
 
@@ -79,6 +85,10 @@ Arguments readArguments(const std::vector<std::string>& words)
         {
             arguments.prove = true;
         }
+        else if (*word == "--require-all")
+        {
+            arguments.requireAll = true;
+        }
         else if (*word == "--sabotage" && word + 1 != words.end())
         {
             arguments.plan.sabotage = *++word;
@@ -114,6 +124,26 @@ void printHeader()
               << std::endl;
 }
 
+/** Prints which of them cannot be run here. @return the others */
+std::vector<Experiment> runnable(const Arguments& arguments)
+{
+    const auto* const verdict =
+        arguments.requireAll ? "cannot be run: " : "skipped: ";
+    std::vector<Experiment> kept;
+    for (const auto& experiment : arguments.chosen)
+    {
+        const auto missing = experiment.missing();
+        if (missing.empty())
+        {
+            kept.push_back(experiment);
+            continue;
+        }
+        std::cout << std::left << std::setw(31) << experiment.name << ' '
+                  << verdict << missing << std::endl;
+    }
+    return kept;
+}
+
 /** Runs it and prints its row of the table. */
 void run(const Experiment& experiment, const Plan& plan, Report& report)
 {
@@ -129,36 +159,54 @@ void run(const Experiment& experiment, const Plan& plan, Report& report)
               << report.figures() << std::endl;
 }
 
+/** @return whether it could be run to its end */
+bool tryToRun(const Experiment& experiment, const Plan& plan, Report& report)
+{
+    try
+    {
+        run(experiment, plan, report);
+        return true;
+    }
+    catch (const std::exception& e)
+    {
+        std::cout << experiment.name << " cannot be run: " << e.what()
+                  << std::endl;
+        return false;
+    }
+}
+
 int torment(const Arguments& arguments)
 {
     size_t losses = 0;
-    bool allRun = true;
+    size_t passed = 0;
+    size_t failed = 0;
     printHeader();
-    for (const auto& experiment : arguments.chosen)
+    const auto chosen = runnable(arguments);
+    for (const auto& experiment : chosen)
     {
         Report report;
-        try
-        {
-            run(experiment, arguments.plan, report);
-        }
-        catch (const std::exception& e)
-        {
-            allRun = false;
-            std::cout << experiment.name << " cannot be run: " << e.what()
-                      << std::endl;
-        }
+        const bool ran = tryToRun(experiment, arguments.plan, report);
         losses += report.losses().size();
+        ++(ran && report.losses().empty() ? passed : failed);
     }
-    std::cout << losses << " lost" << std::endl;
-    return losses > 0 ? lost : allRun ? held : notRun;
+    size_t skipped = arguments.chosen.size() - chosen.size();
+    if (arguments.requireAll)
+    {
+        failed += std::exchange(skipped, 0);
+    }
+    std::cout << losses << " lost\n"
+              << passed << " passed, " << failed << " failed, " << skipped
+              << " skipped" << std::endl;
+    return losses > 0 ? lost : failed == 0 && passed > 0 ? held : notRun;
 }
 
 /** Each experiment with each of its mechanisms broken, one at a time. */
-int prove(const std::vector<Experiment>& chosen)
+int prove(const Arguments& arguments)
 {
     size_t noticed = 0;
     size_t missed = 0;
     printHeader();
+    const auto chosen = runnable(arguments);
     for (const auto& experiment : chosen)
     {
         for (const auto& sabotage : experiment.sabotages)
@@ -171,7 +219,8 @@ int prove(const std::vector<Experiment>& chosen)
     }
     std::cout << noticed << " sabotages noticed, " << missed << " missed"
               << std::endl;
-    return missed == 0 ? held : lost;
+    const auto least = arguments.requireAll ? arguments.chosen.size() : 1;
+    return missed > 0 ? lost : chosen.size() >= least ? held : notRun;
 }
 
 } // namespace
@@ -192,7 +241,7 @@ int main(int argc, char** argv)
             throw std::runtime_error("the experiments do not run in place");
         }
         support::enterSandbox();
-        return arguments.prove ? prove(arguments.chosen) : torment(arguments);
+        return arguments.prove ? prove(arguments) : torment(arguments);
     }
     catch (const std::exception& e)
     {

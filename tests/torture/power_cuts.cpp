@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <random>
 #include <string>
+#include <string_view>
 
 namespace torture
 {
@@ -124,6 +125,11 @@ Experiment powerCuts()
                  "acknowledged stays",
         .sabotages = {"no-fsync", "no-file-fsync", "no-directory-fsync"},
         .run = run,
+        .missing =
+            [] {
+                return std::string_view(
+                    Disk::canBeMade() ? "" : "needs root and loop devices");
+            },
     };
 }
 

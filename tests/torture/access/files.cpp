@@ -1,8 +1,10 @@
 #include "files.hpp"
 
+#include "support/checked.hpp"
 #include "support/files.hpp"
 
 #include <sys/stat.h>
+#include <sys/sysmacros.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -55,6 +57,13 @@ void installEverything()
         writeFile(file, "victim\n");
         fs::permissions(file, fs::perms(0640));
     }
+}
+
+void makeDevice(const std::string& at)
+{
+    constexpr mode_t mode = S_IFCHR | 0666;
+    const dev_t zero = makedev(1, 5);
+    support::checked(::mknod(at.c_str(), mode, zero), "mknod");
 }
 
 std::string save(FwManager& manager)

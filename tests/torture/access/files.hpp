@@ -36,6 +36,9 @@ void removeEverything();
  * everyone but for the lock file. */
 void installEverything();
 
+/** A character device that anybody may open. */
+void makeDevice(const std::string& at);
+
 using Operation =
     std::function<std::string(phosphor::software::updater::FwManager&)>;
 

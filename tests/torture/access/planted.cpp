@@ -8,7 +8,6 @@
 
 #include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/sysmacros.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -35,13 +34,6 @@ void makeSocket(const std::string& at)
     checked(::bind(socket.get(), reinterpret_cast<const sockaddr*>(&address),
                    sizeof(address)),
             "bind");
-}
-
-void makeDevice(const std::string& at)
-{
-    constexpr mode_t mode = S_IFCHR | 0666;
-    const dev_t zero = makedev(1, 5);
-    checked(::mknod(at.c_str(), mode, zero), "mknod");
 }
 
 std::string victimBeside(const std::string& at)
