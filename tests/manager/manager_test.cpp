@@ -107,11 +107,21 @@ TEST_F(Manager, NullNameIsRefusedByTheString)
 
 TEST_F(Manager, ConstructionReadsNoConfiguration)
 {
-    FwManager early("BMC");
-    support::writeFile(configFile, R"({"BMC":{"updateable":"yes"}})");
-    FwManager manager("BMC");
-    support::writeFile(configFile, R"({"BMC":{"updateable":"no"}})");
-    for (auto* const each : {&early, &manager})
+    FwManager fromPurpose(VersionPurpose::BMC);
+    FwManager fromString(std::string("BMC"));
+    FwManager fromText("BMC");
+    FwManager fromNothing;
+    support::writeFile(configFile, R"({"BMC":{"updateable":"yes"},)"
+                                   R"("Unknown":{"updateable":"yes"}})");
+    FwManager fromPurposeBesideAFile(VersionPurpose::BMC);
+    FwManager fromStringBesideAFile(std::string("BMC"));
+    FwManager fromTextBesideAFile("BMC");
+    FwManager fromNothingBesideAFile;
+    support::writeFile(configFile, R"({"BMC":{"updateable":"no"},)"
+                                   R"("Unknown":{"updateable":"no"}})");
+    for (auto* const each : {&fromPurpose, &fromString, &fromText, &fromNothing,
+                             &fromPurposeBesideAFile, &fromStringBesideAFile,
+                             &fromTextBesideAFile, &fromNothingBesideAFile})
     {
         EXPECT_TRUE(each->isConfig());
         EXPECT_FALSE(each->getUpdateable());
