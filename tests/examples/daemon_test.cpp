@@ -1,5 +1,6 @@
 // The update daemon of the examples, as a process on a BMC.
 
+#include "support/await.hpp"
 #include "support/caller.hpp"
 #include "support/child.hpp"
 #include "support/library_test.hpp"
@@ -8,33 +9,17 @@
 #include <chrono>
 #include <csignal>
 #include <optional>
-#include <thread>
 
 namespace
 {
 
 using support::Answer;
+using support::await;
 
 constexpr auto service = "com.example.FirmwareUpdate";
 constexpr auto host = "/com/example/firmware_update/Host";
 constexpr auto button = "/xyz/openbmc_project/chassis/buttons/power";
 constexpr auto biosActive = "/xyz/openbmc_project/software/bios_active";
-
-template <typename Condition>
-bool await(Condition condition)
-{
-    const auto deadline =
-        std::chrono::steady_clock::now() + std::chrono::seconds(10);
-    while (!condition())
-    {
-        if (std::chrono::steady_clock::now() > deadline)
-        {
-            return false;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    return true;
-}
 
 class Daemon : public support::BusTest
 {

@@ -1,6 +1,7 @@
 // What the life of a manager means for the service around it: for its threads,
 // its own use of the bus, and its child processes.
 
+#include "support/await.hpp"
 #include "support/bus_pointers.hpp"
 #include "support/child.hpp"
 #include "support/library_test.hpp"
@@ -10,7 +11,6 @@
 #include <systemd/sd-event.h>
 
 #include <array>
-#include <chrono>
 #include <csignal>
 #include <latch>
 #include <memory>
@@ -94,12 +94,7 @@ class Lifetime : public support::BusTest
      *  @return false when it has not after ten seconds */
     bool nameIsGivenBack() const
     {
-        const auto deadline =
-            std::chrono::steady_clock::now() + std::chrono::seconds(10);
-        while (nameIsTaken() && std::chrono::steady_clock::now() < deadline)
-        {
-        }
-        return !nameIsTaken();
+        return support::await([&] { return !nameIsTaken(); });
     }
 
   private:

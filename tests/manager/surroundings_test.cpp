@@ -1,6 +1,7 @@
 // What the surroundings of a service do to a call: signals, a service that is
 // the service itself, a journal that stands still.
 
+#include "support/await.hpp"
 #include "support/bus_pointers.hpp"
 #include "support/checked.hpp"
 #include "support/child.hpp"
@@ -28,26 +29,10 @@ namespace
 
 using namespace phosphor::software::updater;
 using support::Answer;
+using support::await;
 
 constexpr auto button = "/xyz/openbmc_project/chassis/buttons/power";
 constexpr auto buttonService = "xyz.openbmc_project.State.Host";
-
-/** Waits until something is the case. @return false after ten seconds */
-template <typename Condition>
-bool await(Condition condition)
-{
-    const auto deadline =
-        std::chrono::steady_clock::now() + std::chrono::seconds(10);
-    while (!condition())
-    {
-        if (std::chrono::steady_clock::now() > deadline)
-        {
-            return false;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    return true;
-}
 
 class Surroundings : public support::BusTest
 {

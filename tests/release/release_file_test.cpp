@@ -1,3 +1,4 @@
+#include "support/await.hpp"
 #include "support/cancelled.hpp"
 #include "support/checked.hpp"
 #include "support/descriptor.hpp"
@@ -16,7 +17,6 @@
 #include <future>
 #include <optional>
 #include <stdexcept>
-#include <thread>
 
 namespace
 {
@@ -279,15 +279,11 @@ class ReleaseFifo : public ReleaseFile
     /** Waits until the FIFO holds this many bytes. */
     static void waitForContent(const support::Descriptor& fifo, int sizeBytes)
     {
-        const auto deadline =
-            std::chrono::steady_clock::now() + std::chrono::seconds(10);
         int size = -1;
-        while (size != sizeBytes)
-        {
+        ASSERT_TRUE(support::await([&] {
             support::checked(::ioctl(fifo.get(), FIONREAD, &size), "FIONREAD");
-            ASSERT_LT(std::chrono::steady_clock::now(), deadline) << size;
-            std::this_thread::yield();
-        }
+            return size == sizeBytes;
+        })) << size;
     }
 };
 

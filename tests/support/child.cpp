@@ -1,5 +1,6 @@
 #include "child.hpp"
 
+#include "await.hpp"
 #include "checked.hpp"
 
 #include <fcntl.h>
@@ -24,7 +25,6 @@ namespace support
 namespace
 {
 
-constexpr auto patience = std::chrono::seconds(10);
 constexpr int exceptionStatus = 125;
 constexpr int notFoundStatus = 127;
 
@@ -126,11 +126,9 @@ void Child::signal(int number) const
 
 bool Child::waitsForLock() const
 {
-    const auto deadline = std::chrono::steady_clock::now() + patience;
     const std::string wanted =
         "-> FLOCK  ADVISORY  WRITE " + std::to_string(pid) + " ";
-    while (std::chrono::steady_clock::now() < deadline)
-    {
+    return await([&] {
         std::ifstream locks("/proc/locks");
         std::string line;
         while (std::getline(locks, line))
@@ -140,9 +138,8 @@ bool Child::waitsForLock() const
                 return true;
             }
         }
-        ::poll(nullptr, 0, 1);
-    }
-    return false;
+        return false;
+    });
 }
 
 Gate::Gate()

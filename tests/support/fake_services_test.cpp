@@ -1,3 +1,4 @@
+#include "await.hpp"
 #include "bus_pointers.hpp"
 #include "caller.hpp"
 #include "fake_services.hpp"
@@ -73,15 +74,10 @@ class FakeServicesTest : public testing::Test
     /** Waits until that many replies came. */
     void awaitReplies(std::size_t count)
     {
-        const auto end = std::chrono::steady_clock::now() + 10s;
-        while (replies.size() < count)
-        {
-            ASSERT_LT(std::chrono::steady_clock::now(), end);
-            if (sd_bus_process(caller.get(), nullptr) == 0)
-            {
-                sd_bus_wait(caller.get(), 10'000'000);
-            }
-        }
+        ASSERT_TRUE(support::await([&] {
+            sd_bus_process(caller.get(), nullptr);
+            return replies.size() >= count;
+        }));
     }
 
     PrivateBus privateBus;
