@@ -7,9 +7,12 @@
 /*
  * Everything of this subset lives in an inline namespace. The spelling in
  * sources is that of the real package, sdbusplus::bus_t for instance, but the
- * linker's names differ: a library built on the subset does not link with a
- * caller built on the real package, whose types have another layout, and both
- * can be loaded into one process without sharing a definition.
+ * linker's names differ: code built on the subset and code built on the real
+ * package can be loaded into one process without sharing a definition.
+ *
+ * That does not stop a caller on the one from using a library on the other,
+ * whose types have another layout. libfenmarch refuses such a caller by a
+ * static_assert, an ABI tag and the version of its symbols.
  */
 namespace sdbusplus
 {
