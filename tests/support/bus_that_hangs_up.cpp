@@ -43,7 +43,19 @@ void authenticate(int client)
     send(client, accepted.data(), accepted.size(), MSG_NOSIGNAL);
 }
 
-void serve(int listener, BusThatHangsUp::When when)
+/** The answer to the first call of a client, in bytes. */
+std::string answerWith(const std::string& name)
+{
+    using namespace std::string_literals;
+    const auto bodyBytes = static_cast<char>(name.size() + 5);
+    const auto nameBytes = static_cast<char>(name.size());
+    return "l\2\1\1"s + bodyBytes + "\0\0\0\1\0\0\0"s + // a method's return
+           "\17\0\0\0\5\1u\0\1\0\0\0"s +                // to serial 1
+           "\10\1g\0\1s\0\0"s +                         // with a string
+           nameBytes + "\0\0\0"s + name + '\0';
+}
+
+void serve(int listener, BusThatHangsUp::When when, const std::string& answer)
 {
     constexpr auto whatNoClientSays = "\n\n\n\n";
     while (const Descriptor client{
@@ -52,9 +64,15 @@ void serve(int listener, BusThatHangsUp::When when)
         if (waitFor(client.get(), "BEGIN\r\n"))
         {
             authenticate(client.get());
-            waitFor(client.get(), when == BusThatHangsUp::When::atHello
-                                      ? "Hello"
-                                      : whatNoClientSays);
+            if (when == BusThatHangsUp::When::atHello || !answer.empty())
+            {
+                waitFor(client.get(), "Hello");
+                send(client.get(), answer.data(), answer.size(), MSG_NOSIGNAL);
+            }
+            if (when == BusThatHangsUp::When::afterClient)
+            {
+                waitFor(client.get(), whatNoClientSays);
+            }
         }
     }
 }
@@ -71,7 +89,16 @@ sockaddr_un busAddress()
 
 } // namespace
 
-BusThatHangsUp::BusThatHangsUp(When when) :
+BusThatHangsUp::BusThatHangsUp(When when) : BusThatHangsUp(when, "")
+{
+}
+
+BusThatHangsUp::BusThatHangsUp(const std::string& nameOfClients) :
+    BusThatHangsUp(When::afterClient, answerWith(nameOfClients))
+{
+}
+
+BusThatHangsUp::BusThatHangsUp(When when, const std::string& answerToHello) :
     listener(checked(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0), "socket"))
 {
     const sockaddr_un address = busAddress();
@@ -79,7 +106,7 @@ BusThatHangsUp::BusThatHangsUp(When when) :
                  sizeof(address)),
             "bind");
     checked(listen(listener.get(), SOMAXCONN), "listen");
-    server = std::thread(serve, listener.get(), when);
+    server = std::thread(serve, listener.get(), when, answerToHello);
 }
 
 BusThatHangsUp::~BusThatHangsUp()

@@ -2,6 +2,7 @@
 
 #include "descriptor.hpp"
 
+#include <string>
 #include <thread>
 
 namespace support
@@ -9,7 +10,7 @@ namespace support
 
 /**
  * Listens where the system bus listens, which must be stopped: authenticates
- * its clients, and answers none of their calls.
+ * its clients, and answers none of their calls but Hello, if at all.
  */
 class BusThatHangsUp
 {
@@ -22,12 +23,19 @@ class BusThatHangsUp
 
     /** @throws std::system_error when it cannot listen */
     explicit BusThatHangsUp(When when = When::atHello);
+
+    /** Answers Hello with this name, of up to 100 characters, and leaves the
+     *  hanging up to its clients. */
+    explicit BusThatHangsUp(const std::string& nameOfClients);
+
     ~BusThatHangsUp();
 
     BusThatHangsUp(const BusThatHangsUp&) = delete;
     BusThatHangsUp& operator=(const BusThatHangsUp&) = delete;
 
   private:
+    BusThatHangsUp(When when, const std::string& answerToHello);
+
     Descriptor listener;
     std::thread server;
 };

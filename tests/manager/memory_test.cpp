@@ -1,3 +1,4 @@
+#include "support/bus_that_hangs_up.hpp"
 #include "support/library_test.hpp"
 
 #include <libfenmarch.hpp>
@@ -8,10 +9,11 @@
 namespace
 {
 
-/** Whether the next large allocation fails, once. */
-bool failNext = false;
+/** Whether the next large allocation of the thread fails, once. */
+thread_local bool failNext = false;
 
-// The full name of an enumerator is longer than what fits without memory.
+// The full name of an enumerator, and the name that a connection gets here, are
+// longer than what fits without memory.
 constexpr size_t largeBytes = 32;
 
 } // namespace
@@ -96,6 +98,22 @@ TEST_F(ConversionMemory, NameOfAnActivationIsLoggedAndHasValueZero)
               std::vector{errorRecord("Failed get activation from name Staged!",
                                       "Failed get activation from name {NAME}!",
                                       {{"NAME", "Staged"}})});
+}
+
+using ConstructionMemory = support::LibraryTest;
+
+TEST_F(ConstructionMemory, NameOfTheConnectionLeavesTheConstructor)
+{
+    systemBus().stop();
+    {
+        const support::BusThatHangsUp bus(
+            ":1.0123456789012345678901234567890123456789");
+        failNext = true;
+        EXPECT_THROW(FwManager("BMC"), std::bad_alloc);
+        EXPECT_FALSE(failNext);
+        EXPECT_EQ(FwManager("BMC").name, "BMC");
+    }
+    systemBus().start();
 }
 
 } // namespace
