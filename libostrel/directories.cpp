@@ -1,6 +1,6 @@
 #include "directories.hpp"
 
-#include "../posix/directories.hpp"
+#include "../os/directories.hpp"
 #include "errors.hpp"
 
 #include <fcntl.h>
@@ -26,16 +26,16 @@ int synchronise(const std::filesystem::path& directory)
 
 void createDirectories(const std::filesystem::path& directory, Lasting lasting)
 {
-    const int error = posix::createDirectories(
+    const int error = os::createDirectories(
         directory, directoryMode, [&](const std::filesystem::path& parent) {
             return lasting == Lasting::yes ? synchronise(parent) : 0;
         });
     require(error == 0, error);
 }
 
-posix::Descriptor openDirectory(const std::filesystem::path& directory)
+os::Descriptor openDirectory(const std::filesystem::path& directory)
 {
-    return posix::Descriptor(
+    return os::Descriptor(
         check(::open(directory.empty() ? "." : directory.c_str(),
                      O_RDONLY | O_DIRECTORY | O_CLOEXEC)));
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "../posix/descriptor.hpp"
+#include "../os/descriptor.hpp"
 
 #include <filesystem>
 
@@ -29,7 +29,7 @@ void createDirectories(const std::filesystem::path& directory, Lasting lasting);
  *
  * @throws std::system_error
  */
-[[nodiscard]] posix::Descriptor
+[[nodiscard]] os::Descriptor
 openDirectory(const std::filesystem::path& directory);
 
 } // namespace ostrel

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "../posix/cancellation.hpp"
+#include "../os/cancellation.hpp"
 
 #include <cerrno>
 #include <exception>
@@ -62,7 +62,7 @@ inline int currentError() noexcept
 template <typename Result, typename Operation>
 Result guarded(Result failure, Operation operation) noexcept
 {
-    const posix::CancellationHeldOff held;
+    const os::CancellationHeldOff held;
     try
     {
         return operation();

@@ -15,7 +15,7 @@ namespace
 /** Nobody without the right to write the document may hold its writers up. */
 constexpr mode_t lockFileMode = 0600;
 
-posix::Descriptor openLockFile(const std::filesystem::path& path)
+os::Descriptor openLockFile(const std::filesystem::path& path)
 {
     // Nonblocking, so that a FIFO in this place cannot hang the open.
     constexpr int flags =
@@ -26,7 +26,7 @@ posix::Descriptor openLockFile(const std::filesystem::path& path)
         createDirectories(path.parent_path(), Lasting::no);
         file = ::open(path.c_str(), flags, lockFileMode);
     }
-    return posix::Descriptor(check(file));
+    return os::Descriptor(check(file));
 }
 
 } // namespace

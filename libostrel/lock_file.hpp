@@ -1,6 +1,6 @@
 #pragma once
 
-#include "../posix/descriptor.hpp"
+#include "../os/descriptor.hpp"
 
 #include <filesystem>
 
@@ -22,7 +22,7 @@ class LockFile
     LockFile(LockFile&&) = delete;
 
   private:
-    posix::Descriptor file;
+    os::Descriptor file;
 };
 
 } // namespace ostrel

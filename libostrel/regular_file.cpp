@@ -1,7 +1,7 @@
 #include "regular_file.hpp"
 
-#include "../posix/descriptor.hpp"
-#include "../posix/transfer.hpp"
+#include "../os/descriptor.hpp"
+#include "../os/transfer.hpp"
 #include "errors.hpp"
 
 #include <fcntl.h>
@@ -38,14 +38,14 @@ std::optional<std::string> readRegularFile(const std::string& path)
     {
         return std::nullopt;
     }
-    const posix::Descriptor file(check(opened));
+    const os::Descriptor file(check(opened));
 
     std::string content(sizeOfRegularFile(file.get()), '\0');
     size_t length = 0;
     while (length < content.size())
     {
-        const ssize_t got = posix::readSome(file.get(), content.data() + length,
-                                            content.size() - length);
+        const ssize_t got = os::readSome(file.get(), content.data() + length,
+                                         content.size() - length);
         require(got != -1, errno);
         if (got == 0)
         {

@@ -1,6 +1,6 @@
 #include "staged_file.hpp"
 
-#include "../posix/transfer.hpp"
+#include "../os/transfer.hpp"
 #include "directories.hpp"
 #include "errors.hpp"
 
@@ -59,7 +59,7 @@ fs::path followLinks(fs::path file)
     fail(ELOOP);
 }
 
-posix::Descriptor openOrCreateDirectory(const fs::path& path)
+os::Descriptor openOrCreateDirectory(const fs::path& path)
 {
     try
     {
@@ -128,7 +128,7 @@ void StagedFile::write(std::string_view content) const
     // One that a crash left behind; removed instead of opened, so that a link
     // planted in its place is not followed.
     ::unlinkat(directory.get(), temporaryName.c_str(), 0);
-    const posix::Descriptor file(
+    const os::Descriptor file(
         check(::openat(directory.get(), temporaryName.c_str(),
                        O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC,
                        old ? ownerOnlyMode : newFileMode)));
@@ -136,7 +136,7 @@ void StagedFile::write(std::string_view content) const
     {
         keepModeAndOwner(file.get(), *old);
     }
-    if (!posix::writeAll(file.get(), content))
+    if (!os::writeAll(file.get(), content))
     {
         fail(errno);
     }

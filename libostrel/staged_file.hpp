@@ -1,6 +1,6 @@
 #pragma once
 
-#include "../posix/descriptor.hpp"
+#include "../os/descriptor.hpp"
 
 #include <filesystem>
 #include <string>
@@ -47,7 +47,7 @@ class StagedFile
 
     std::string name;
     std::string temporaryName;
-    posix::Descriptor directory;
+    os::Descriptor directory;
     bool placed = false;
 };
 

@@ -1,7 +1,7 @@
 #include "text_file.hpp"
 
-#include "../posix/descriptor.hpp"
-#include "../posix/transfer.hpp"
+#include "../os/descriptor.hpp"
+#include "../os/transfer.hpp"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -19,7 +19,7 @@ namespace phosphor::software::updater
 namespace
 {
 
-using posix::Descriptor;
+using os::Descriptor;
 
 /** Nonblocking, so that a FIFO in this place cannot hang the open. A new file
  *  gets the defaults of the process: 0666 less the umask. */
@@ -64,7 +64,7 @@ class PipeSignalHeldOff
         if (!wasPending)
         {
             constexpr timespec atOnce{};
-            posix::uninterrupted(
+            os::uninterrupted(
                 [&] { return ::sigtimedwait(&pipeSignal, nullptr, &atOnce); });
         }
         ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
@@ -84,8 +84,7 @@ using Buffer = std::array<char, 4096>;
 /** What comes next; empty at the end, nothing after a failure. */
 std::optional<std::string_view> readInto(Buffer& buffer, const Descriptor& file)
 {
-    const ssize_t got =
-        posix::readSome(file.get(), buffer.data(), buffer.size());
+    const ssize_t got = os::readSome(file.get(), buffer.data(), buffer.size());
     if (got == -1)
     {
         return std::nullopt;
@@ -163,7 +162,7 @@ bool writeText(const std::string& path, const std::vector<std::string>& pieces)
     const PipeSignalHeldOff held;
     // Stops at the first piece that cannot be written.
     std::ranges::all_of(pieces, [&](const auto& piece) {
-        return posix::writeAll(file.get(), piece);
+        return os::writeAll(file.get(), piece);
     });
     ::fsync(file.get());
     // For a file that is new: its name is on the disk with its directory. The

@@ -1,5 +1,5 @@
-#include "../../posix/cancellation.hpp"
-#include "../../posix/directories.hpp"
+#include "../../os/cancellation.hpp"
+#include "../../os/directories.hpp"
 #include "../text_file.hpp"
 #include "image_copy.hpp"
 
@@ -78,8 +78,8 @@ void synchroniseWithTheWay(const fs::path& directory)
 void createSlot(const std::string& slot)
 {
     constexpr mode_t newDirectoryMode = 0777;
-    posix::createDirectories(slot, newDirectoryMode,
-                             [](const fs::path& /* parent */) { return 0; });
+    os::createDirectories(slot, newDirectoryMode,
+                          [](const fs::path& /* parent */) { return 0; });
 }
 
 /** Reads the first word; without one the version is left as it is. */
@@ -98,7 +98,7 @@ void readVersion(const std::string& slot, std::string& version)
 
 void FwManager::backupImage(const std::string& src, const std::string& version)
 {
-    const posix::CancellationHeldOff held;
+    const os::CancellationHeldOff held;
     if (!fs::exists(src))
     {
         lg2::error("{NAME}: Backup firmware src path not exists {PATH}", "NAME",
@@ -127,7 +127,7 @@ void FwManager::backupImage(const std::string& src, const std::string& version)
 
 void FwManager::verifyBackupImage(const std::string& running)
 {
-    const posix::CancellationHeldOff held;
+    const os::CancellationHeldOff held;
     const auto backup = backupDirectoryOf(*this);
     if (!backup)
     {
@@ -167,7 +167,7 @@ std::string FwManager::getVerifiedBackupImagePath()
 void FwManager::getBackupImageVersion(std::string& verifying,
                                       std::string& verified)
 {
-    const posix::CancellationHeldOff held;
+    const os::CancellationHeldOff held;
     const auto backup = backupDirectoryOf(*this);
     if (!backup)
     {

@@ -1,7 +1,7 @@
 #include "image_copy.hpp"
 
-#include "../../posix/descriptor.hpp"
-#include "../../posix/transfer.hpp"
+#include "../../os/descriptor.hpp"
+#include "../../os/transfer.hpp"
 
 #include <fcntl.h>
 #include <sys/sendfile.h>
@@ -20,7 +20,7 @@ namespace phosphor::software::updater
 namespace
 {
 
-using posix::Descriptor;
+using os::Descriptor;
 
 /** Judged before it is opened: to open a device can have effects. */
 Descriptor openRegularFile(const std::string& path)
@@ -47,7 +47,7 @@ bool copyInTheKernel(const Descriptor& from, const Descriptor& to)
     ssize_t copied = 1;
     while (copied > 0)
     {
-        copied = posix::uninterrupted([&] {
+        copied = os::uninterrupted([&] {
             return ::sendfile(to.get(), from.get(), nullptr, partBytes);
         });
     }
@@ -60,10 +60,10 @@ void copyThroughMemory(const Descriptor& from, const Descriptor& to)
     for (;;)
     {
         const ssize_t length =
-            posix::readSome(from.get(), buffer.data(), buffer.size());
+            os::readSome(from.get(), buffer.data(), buffer.size());
         if (length <= 0 ||
-            !posix::writeAll(to.get(),
-                             {buffer.data(), static_cast<size_t>(length)}))
+            !os::writeAll(to.get(),
+                          {buffer.data(), static_cast<size_t>(length)}))
         {
             return;
         }

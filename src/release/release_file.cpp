@@ -1,4 +1,4 @@
-#include "../../posix/cancellation.hpp"
+#include "../../os/cancellation.hpp"
 #include "../text_file.hpp"
 
 #include <libfenmarch.hpp>
@@ -38,7 +38,7 @@ std::string valueIn(const std::string& line, std::string::size_type equals)
 int bmcReleaseFileRead(const std::string& path,
                        std::map<std::string, std::string>& entries)
 {
-    const posix::CancellationHeldOff held;
+    const os::CancellationHeldOff held;
     const auto text = readText(path);
     if (!text)
     {
@@ -59,7 +59,7 @@ int bmcReleaseFileRead(const std::string& path,
 int bmcReleaseFileWrite(const std::string& path,
                         const std::map<std::string, std::string>& entries)
 {
-    const posix::CancellationHeldOff held;
+    const os::CancellationHeldOff held;
     std::vector<std::string> lines;
     for (const auto& [key, value] : entries)
     {

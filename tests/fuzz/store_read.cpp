@@ -47,6 +47,7 @@ void checkItem(json_config_t* config, const std::string& section,
                std::size_t size)
 {
     // C strings: where a name holds a NUL, another item may be meant.
+    // NOLINTNEXTLINE(readability-redundant-string-cstr)
     const auto text = sections.text(section.c_str(), key.c_str());
     const auto buffer = std::make_unique<char[]>(size);
     buffer[0] = '?';

@@ -125,7 +125,7 @@ class JournalSocket::Reader
     {
         send(farewell);
         thread.join();
-        unlink(socketPath.data());
+        unlink(std::string(socketPath).c_str());
     }
 
     Reader(const Reader&) = delete;

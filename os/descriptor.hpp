@@ -4,7 +4,7 @@
 
 #include <utility>
 
-namespace posix
+namespace os
 {
 
 /** Owns a file descriptor and closes it. */
@@ -45,4 +45,4 @@ class Descriptor
     int number;
 };
 
-} // namespace posix
+} // namespace os

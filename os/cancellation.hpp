@@ -2,7 +2,7 @@
 
 #include <pthread.h>
 
-namespace posix
+namespace os
 {
 
 /**
@@ -33,4 +33,4 @@ class CancellationHeldOff
     int before = PTHREAD_CANCEL_ENABLE;
 };
 
-} // namespace posix
+} // namespace os

@@ -5,7 +5,7 @@
 #include <cerrno>
 #include <string_view>
 
-namespace posix
+namespace os
 {
 
 /** Makes a call again for as long as a handled signal interrupts it. */
@@ -42,4 +42,4 @@ inline ssize_t readSome(int file, char* buffer, size_t sizeBytes)
     return true;
 }
 
-} // namespace posix
+} // namespace os

@@ -5,7 +5,7 @@
 #include <cerrno>
 #include <filesystem>
 
-namespace posix
+namespace os
 {
 
 /**
@@ -43,4 +43,4 @@ int createDirectories(const std::filesystem::path& directory, mode_t mode,
     return error != 0 ? error : created(parent);
 }
 
-} // namespace posix
+} // namespace os
