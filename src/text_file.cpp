@@ -81,15 +81,10 @@ class PipeSignalHeldOff
 
 using Buffer = std::array<char, 4096>;
 
-/** What comes next; empty at the end, nothing after a failure. */
-std::optional<std::string_view> readInto(Buffer& buffer, const Descriptor& file)
+/** @return the length of what comes next, 0 at the end, -1 after a failure */
+ssize_t readInto(Buffer& buffer, const Descriptor& file)
 {
-    const ssize_t got = os::readSome(file.get(), buffer.data(), buffer.size());
-    if (got == -1)
-    {
-        return std::nullopt;
-    }
-    return std::string_view(buffer.data(), static_cast<size_t>(got));
+    return os::readSome(file.get(), buffer.data(), buffer.size());
 }
 
 } // namespace
@@ -104,10 +99,10 @@ std::optional<std::string> readText(const std::string& path)
     letWait(file);
     std::string text;
     Buffer buffer{};
-    for (auto part = readInto(buffer, file); part && !part->empty();
-         part = readInto(buffer, file))
+    for (ssize_t length = readInto(buffer, file); length > 0;
+         length = readInto(buffer, file))
     {
-        text += *part;
+        text.append(buffer.data(), static_cast<size_t>(length));
     }
     return text;
 }
@@ -126,9 +121,14 @@ std::optional<std::string> readFirstWord(const std::string& path)
     std::string word;
     size_t readBytes = 0;
     Buffer buffer{};
-    while (const auto part = readInto(buffer, file))
+    for (;;)
     {
-        std::string_view rest = *part;
+        const ssize_t length = readInto(buffer, file);
+        if (length == -1)
+        {
+            return std::nullopt;
+        }
+        std::string_view rest(buffer.data(), static_cast<size_t>(length));
         if (word.empty())
         {
             rest.remove_prefix(
@@ -137,8 +137,8 @@ std::optional<std::string> readFirstWord(const std::string& path)
         const size_t end = std::min(rest.find_first_of(blanks), rest.size());
         const size_t behind = rest.size() - end;
         word += rest.substr(0, end);
-        readBytes += part->size();
-        const bool ended = behind != 0 || part->empty();
+        readBytes += static_cast<size_t>(length);
+        const bool ended = behind != 0 || length == 0;
         if (readBytes - behind > mostBytes || (ended && word.empty()))
         {
             return std::nullopt;
@@ -148,7 +148,6 @@ std::optional<std::string> readFirstWord(const std::string& path)
             return word;
         }
     }
-    return std::nullopt;
 }
 
 bool writeText(const std::string& path, const std::vector<std::string>& pieces)
