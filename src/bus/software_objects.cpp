@@ -64,8 +64,8 @@ DbusInterface softwareObject(const SoftwareProperty& row,
     return {row.service, objects::softwarePrefix + name, row.interface};
 }
 
-// The location is that of the public operation, so that a record tells apart
-// those that share a message.
+// The location is that of the public operation: some share a message, and only
+// the location shows which of them failed.
 
 using Location = std::source_location;
 
