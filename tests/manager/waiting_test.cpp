@@ -13,6 +13,7 @@
 
 #include <sys/socket.h>
 #include <sys/un.h>
+#include <unistd.h>
 
 #include <chrono>
 #include <cstdlib>
@@ -44,11 +45,10 @@ class SilentBus
 
     explicit SilentBus(Kind kind)
     {
-        const std::string path =
-            "/run/silent_bus_" + std::to_string(static_cast<int>(kind));
+        // Each has its own: none takes the socket of another away.
+        const std::string path = "/run/silent_bus_" + std::to_string(getpid());
         sockaddr_un address{.sun_family = AF_UNIX, .sun_path = {}};
         std::strcpy(address.sun_path, path.c_str());
-        unlink(path.c_str());
         support::checked(bind(listener.get(),
                               reinterpret_cast<const sockaddr*>(&address),
                               sizeof(address)),

@@ -61,7 +61,7 @@ std::string inChild(const std::function<std::string()>& work)
 {
     const Descriptor result(memfd_create("result", MFD_CLOEXEC));
     checked(result.get(), "memfd_create");
-    Child child([&]() -> int {
+    Child child([&] {
         unsetenv(support::inPlaceVariable);
         std::string text;
         try
@@ -73,7 +73,7 @@ std::string inChild(const std::function<std::string()>& work)
             text = e.what();
         }
         checked(write(result.get(), text.data(), text.size()), "write");
-        std::exit(0);
+        return 0;
     });
     const int status = child.wait();
     std::array<char, 65536> text{};
