@@ -4,8 +4,6 @@
 #include "errors.hpp"
 
 #include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 namespace ostrel
 {
@@ -15,21 +13,13 @@ namespace
 
 constexpr mode_t directoryMode = 0755;
 
-/** An entry is on the disk once the directory that holds it is.
- *  @return 0 or an errno value */
-int synchronise(const std::filesystem::path& directory)
-{
-    return ::fsync(openDirectory(directory).get()) == 0 ? 0 : errno;
-}
-
 } // namespace
 
 void createDirectories(const std::filesystem::path& directory, Lasting lasting)
 {
     const int error = os::createDirectories(
-        directory, directoryMode, [&](const std::filesystem::path& parent) {
-            return lasting == Lasting::yes ? synchronise(parent) : 0;
-        });
+        directory, directoryMode,
+        lasting == Lasting::yes ? os::Lasting::yes : os::Lasting::no);
     require(error == 0, error);
 }
 

@@ -1,46 +1,38 @@
 #pragma once
 
-#include <sys/stat.h>
+#include <sys/types.h>
 
-#include <cerrno>
-#include <filesystem>
+#include <string>
 
 namespace os
 {
 
 /**
- * Creates a directory and those above it that are missing. Not by
- * std::filesystem, which reads the times of each: where they do not fit into
- * its time_t (a date after 2038 in 32 bits), it fails.
- *
- * @param mode     of each, less the umask
- * @param created  called with the parent of each directory that was created;
- *                 an errno value other than 0 ends the work
- * @return 0 or an errno value
+ * The directory that holds the file of this path: what stands before the last
+ * slash, "." for a bare name, "/" for a name in the root. It ends in no slash
+ * otherwise. The file system is not looked at.
  */
-template <typename Created>
-int createDirectories(const std::filesystem::path& directory, mode_t mode,
-                      Created created)
+[[nodiscard]] std::string directoryOf(const std::string& path);
+
+/** Whether a change has to survive a power cut. */
+enum class Lasting
 {
-    const auto create = [&] {
-        return ::mkdir(directory.c_str(), mode) == 0 ? 0 : errno;
-    };
-    const std::filesystem::path parent = directory.parent_path();
-    int error = create();
-    if (error == ENOENT && !parent.empty())
-    {
-        error = createDirectories(parent, mode, created);
-        if (error != 0)
-        {
-            return error;
-        }
-        error = create();
-    }
-    if (error == EEXIST)
-    {
-        return 0;
-    }
-    return error != 0 ? error : created(parent);
-}
+    no,
+    yes
+};
+
+/**
+ * Creates a directory and those above it that are missing. What exists is left
+ * as it is, whatever it is. A failure leaves what was created before it.
+ *
+ * @param directory  ends in no slash: the names that last are those of what
+ *                   directoryOf() finds above it
+ * @param mode       of each that is created, less the umask
+ * @param lasting    whether to wait until the names of those that are created
+ *                   are on the disk
+ * @return 0, or the errno value of what failed
+ */
+int createDirectories(const std::string& directory, mode_t mode,
+                      Lasting lasting);
 
 } // namespace os

@@ -21,25 +21,9 @@ ssize_t uninterrupted(Call call)
 }
 
 /** As read(2), but no signal makes it fail. */
-inline ssize_t readSome(int file, char* buffer, size_t sizeBytes)
-{
-    return uninterrupted([&] { return ::read(file, buffer, sizeBytes); });
-}
+[[nodiscard]] ssize_t readSome(int file, char* buffer, size_t sizeBytes);
 
 /** @return false, with errno, when write(2) fails before the end */
-[[nodiscard]] inline bool writeAll(int file, std::string_view text)
-{
-    while (!text.empty())
-    {
-        const ssize_t written = uninterrupted(
-            [&] { return ::write(file, text.data(), text.size()); });
-        if (written == -1)
-        {
-            return false;
-        }
-        text.remove_prefix(static_cast<size_t>(written));
-    }
-    return true;
-}
+[[nodiscard]] bool writeAll(int file, std::string_view text);
 
 } // namespace os

@@ -78,8 +78,7 @@ void synchroniseWithTheWay(const fs::path& directory)
 void createSlot(const std::string& slot)
 {
     constexpr mode_t newDirectoryMode = 0777;
-    os::createDirectories(slot, newDirectoryMode,
-                          [](const fs::path& /* parent */) { return 0; });
+    os::createDirectories(slot, newDirectoryMode, os::Lasting::no);
 }
 
 /** Reads the first word; without one the version is left as it is. */

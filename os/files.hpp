@@ -1,0 +1,31 @@
+#pragma once
+
+#include "descriptor.hpp"
+
+#include <sys/types.h>
+
+#include <string>
+
+namespace os
+{
+
+/**
+ * Opens a file as open(2) does. The call never waits for the other end of a
+ * FIFO, no terminal becomes that of the process, and no program that the
+ * process executes inherits the descriptor.
+ *
+ * @param mode  of a file that is created, less the umask
+ * @return not open, with errno, when open(2) fails
+ */
+[[nodiscard]] Descriptor openAtOnce(const std::string& path, int flags,
+                                    mode_t mode = 0666);
+
+/**
+ * Waits until a file or a directory is on the disk. For a directory that
+ * means the names in it, not the files that they stand for.
+ *
+ * @return 0, or the errno value of open(2) or fsync(2)
+ */
+int synchronise(const std::string& path);
+
+} // namespace os

@@ -1,0 +1,76 @@
+#include "../../os/files.hpp"
+#include "support/files.hpp"
+
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+
+namespace
+{
+
+class Files : public testing::Test
+{
+  public:
+    Files()
+    {
+        support::writeFile(file, "text");
+        EXPECT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+    }
+
+    const support::ScratchDirectory scratch;
+    const std::string file = scratch.path / "file";
+    const std::string fifo = scratch.path / "fifo";
+    const std::string absent = scratch.path / "absent";
+};
+
+using OpenAtOnce = Files;
+using Synchronise = Files;
+
+TEST_F(OpenAtOnce, DoesNotWaitForTheOtherEndOfAFifo)
+{
+    EXPECT_TRUE(os::openAtOnce(fifo, O_RDONLY).isOpen());
+    errno = 0;
+    EXPECT_FALSE(os::openAtOnce(fifo, O_WRONLY).isOpen());
+    EXPECT_EQ(errno, ENXIO);
+}
+
+TEST_F(OpenAtOnce, GivesADescriptorThatNoProgramInherits)
+{
+    const auto opened = os::openAtOnce(file, O_RDONLY);
+    EXPECT_EQ(::fcntl(opened.get(), F_GETFD), FD_CLOEXEC);
+}
+
+TEST_F(OpenAtOnce, CreatesWithTheModeThatIsGivenOrThatOfTheProcess)
+{
+    const auto before = ::umask(0022);
+    EXPECT_TRUE(os::openAtOnce(absent, O_WRONLY | O_CREAT).isOpen());
+    EXPECT_TRUE(
+        os::openAtOnce(absent + "2", O_WRONLY | O_CREAT, 0600).isOpen());
+    ::umask(before);
+    EXPECT_EQ(support::statusOf(absent).st_mode & 0777U, 0644U);
+    EXPECT_EQ(support::statusOf(absent + "2").st_mode & 0777U, 0600U);
+}
+
+TEST_F(OpenAtOnce, SaysWhyItFails)
+{
+    errno = 0;
+    EXPECT_FALSE(os::openAtOnce(absent, O_RDONLY).isOpen());
+    EXPECT_EQ(errno, ENOENT);
+}
+
+TEST_F(Synchronise, TakesFilesAndDirectories)
+{
+    EXPECT_EQ(os::synchronise(file), 0);
+    EXPECT_EQ(os::synchronise(scratch.path), 0);
+}
+
+TEST_F(Synchronise, SaysWhyItFails)
+{
+    EXPECT_EQ(os::synchronise(absent), ENOENT);
+    EXPECT_EQ(os::synchronise(fifo), EINVAL);
+}
+
+} // namespace
