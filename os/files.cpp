@@ -1,6 +1,8 @@
 #include "files.hpp"
 
 #include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -18,6 +20,17 @@ int synchronise(const std::string& path)
 {
     const Descriptor file = openAtOnce(path, O_RDONLY);
     return file.isOpen() && ::fsync(file.get()) == 0 ? 0 : errno;
+}
+
+std::optional<dev_t> deviceOf(const std::string& path)
+{
+    struct statx status = {};
+    // The device comes with every answer, so nothing is asked for.
+    if (::statx(AT_FDCWD, path.c_str(), 0, 0, &status) == -1)
+    {
+        return std::nullopt;
+    }
+    return makedev(status.stx_dev_major, status.stx_dev_minor);
 }
 
 } // namespace os

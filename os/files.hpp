@@ -4,6 +4,7 @@
 
 #include <sys/types.h>
 
+#include <optional>
 #include <string>
 
 namespace os
@@ -27,5 +28,9 @@ namespace os
  * @return 0, or the errno value of open(2) or fsync(2)
  */
 int synchronise(const std::string& path);
+
+/** The device that holds a file; nothing, with errno, when that cannot be
+ *  found out. */
+[[nodiscard]] std::optional<dev_t> deviceOf(const std::string& path);
 
 } // namespace os

@@ -1,5 +1,6 @@
 #include "../../os/cancellation.hpp"
 #include "../../os/directories.hpp"
+#include "../../os/files.hpp"
 #include "../text_file.hpp"
 #include "image_copy.hpp"
 
@@ -59,18 +60,29 @@ void removeSlot(const std::string& slot)
     fs::remove_all(slot, ignored);
 }
 
-/** Waits until a directory is on the disk, and with it all above it. */
-void synchroniseWithTheWay(const fs::path& directory)
+/**
+ * Waits until a directory is on the disk, and those above it on the same
+ * device: a backup that was killed may have created them. What is above the
+ * mount point lasts, or nothing could be mounted there. Devices show where
+ * that is on every kernel. Below a bind mount they are the same on both sides
+ * of its mount point, and more is synchronised than has to be.
+ */
+void synchroniseWithParents(const std::string& directory)
 {
-    for (fs::path way = directory; !way.empty(); way = way.parent_path())
+    const auto device = os::deviceOf(directory);
+    std::string current;
+    std::string next = directory;
+    do
     {
-        synchronise(way);
-        if (way == way.root_path())
+        current = std::move(next);
+        const auto other = os::deviceOf(current);
+        const bool elsewhere = device && other && *device != *other;
+        if (!elsewhere)
         {
-            return;
+            os::synchronise(current);
         }
-    }
-    synchronise(".");
+        next = os::directoryOf(current);
+    } while (next != current);
 }
 
 /** The slot and the directories above it, with the defaults of the process
@@ -118,7 +130,7 @@ void FwManager::backupImage(const std::string& src, const std::string& version)
     copyImage(imageIn(src), imageIn(slot));
     // The copy is on the disk, and can be found there, before the original
     // goes.
-    synchroniseWithTheWay(slot);
+    synchroniseWithParents(slot);
     std::error_code ignored;
     fs::remove(imageIn(src), ignored);
     writeText(versionFileIn(slot), {version});

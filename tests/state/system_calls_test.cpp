@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <optional>
 #include <sstream>
 
 namespace
@@ -409,41 +410,98 @@ class BackupCalls : public SystemCalls
   public:
     BackupCalls()
     {
-        support::writeFile(
-            configFile,
-            R"({"BMC":{"updateable":"yes",)"
-            R"("image_backup_path":"/usr/share/firmware/backup"}})");
+        configure("/usr/share/firmware/backup");
         support::writeFile("/usr/share/firmware/incoming/firmware.tar",
                            "image");
     }
+
+    static void configure(const std::string& area)
+    {
+        support::writeFile(configFile, R"({"BMC":{"updateable":"yes",)"
+                                       R"("image_backup_path":")" +
+                                           area + R"("}})");
+    }
+
+    /** Of a backup: whether it synchronised the directory. */
+    bool synchronised(const std::string& directory) const
+    {
+        return std::ranges::count(effects(), "sync " + directory) == 1;
+    }
 };
 
-TEST_F(BackupCalls, BackupIsOnTheDiskBeforeTheOriginalGoes)
+/** A backup area below a mount point of its own. */
+class MountedBackup : public BackupCalls
+{
+  public:
+    MountedBackup()
+    {
+        std::filesystem::create_directory(disk);
+        mount.emplace(support::Mount::tmpfs(disk, 1 << 20));
+        configure(disk + "/backup");
+    }
+
+    const std::string disk = "/usr/share/firmware/disk";
+    const std::string slot = disk + "/backup/BMC/verifying";
+    const std::vector<std::string> wholeBackup{
+        "sync " + slot + "/firmware.tar",
+        "sync " + slot,
+        "sync " + disk + "/backup/BMC",
+        "sync " + disk + "/backup",
+        "sync " + disk,
+        "remove /usr/share/firmware/incoming/firmware.tar",
+        "sync " + slot + "/version",
+        "sync " + slot};
+
+  private:
+    std::optional<support::Mount> mount;
+};
+
+TEST_F(MountedBackup, IsOnTheDiskBeforeTheOriginalGoes)
 {
     trace("back up");
-    const std::string slot = "/usr/share/firmware/backup/BMC/verifying";
-    EXPECT_EQ(effects(),
-              (std::vector<std::string>{
-                  "sync " + slot + "/firmware.tar", "sync " + slot,
-                  "sync /usr/share/firmware/backup/BMC",
-                  "sync /usr/share/firmware/backup", "sync /usr/share/firmware",
-                  "sync /usr/share", "sync /usr", "sync /",
-                  "remove /usr/share/firmware/incoming/firmware.tar",
-                  "sync " + slot + "/version", "sync " + slot}))
-        << inLines(lines);
+    EXPECT_EQ(effects(), wholeBackup) << inLines(lines);
+}
+
+TEST_F(MountedBackup, IsSynchronisedWithDirectoriesThatExist)
+{
+    std::filesystem::create_directories(disk + "/backup/BMC");
+    trace("back up");
+    EXPECT_EQ(effects(), wholeBackup) << inLines(lines);
+}
+
+TEST_F(MountedBackup, DirectoryWhoseDeviceIsUnknownIsSynchronised)
+{
+    trace("back up", failing("stat", "/"));
+    EXPECT_TRUE(synchronised("/")) << inLines(lines);
+}
+
+TEST_F(MountedBackup, AnotherDeviceOnTheWayIsLeftOut)
+{
+    configure(disk + "/../backup");
+    trace("back up");
+    EXPECT_FALSE(synchronised(disk)) << inLines(lines);
+    EXPECT_TRUE(synchronised("/usr/share")) << inLines(lines);
+}
+
+TEST_F(BackupCalls, BackupOnABindMountIsSynchronisedBeyondIt)
+{
+    const std::string area = "/usr/share/firmware/backup";
+    std::filesystem::create_directory(area);
+    const auto bound = support::Mount::onItself(area);
+    trace("back up");
+    EXPECT_TRUE(synchronised(area)) << inLines(lines);
+    EXPECT_TRUE(synchronised("/usr/share/firmware")) << inLines(lines);
+    EXPECT_TRUE(synchronised("/usr/share")) << inLines(lines);
 }
 
 TEST_F(BackupCalls, BackupInTheWorkingDirectoryIsSynchronisedWithIt)
 {
-    support::writeFile(configFile, R"({"BMC":{"updateable":"yes",)"
-                                   R"("image_backup_path":"backup"}})");
+    configure("backup");
     const auto before = std::filesystem::current_path();
     std::filesystem::current_path("/usr/share/firmware");
     trace("back up");
     std::filesystem::current_path(before);
-    const auto order = effects();
-    EXPECT_EQ(std::ranges::count(order, "sync /usr/share/firmware"), 1)
-        << inLines(lines);
+    EXPECT_TRUE(synchronised("/usr/share/firmware")) << inLines(lines);
 }
 
 TEST_F(BackupCalls, NoDescriptorIsInheritedByAProgramThatIsExecuted)
