@@ -16,10 +16,33 @@ Descriptor openAtOnce(const std::string& path, int flags, mode_t mode)
     return Descriptor(::open(path.c_str(), flags | harmless, mode));
 }
 
+void letWait(const Descriptor& file)
+{
+    const int flags = ::fcntl(file.get(), F_GETFL);
+    ::fcntl(file.get(), F_SETFL, flags & ~O_NONBLOCK);
+}
+
 int synchronise(const std::string& path)
 {
     const Descriptor file = openAtOnce(path, O_RDONLY);
     return file.isOpen() && ::fsync(file.get()) == 0 ? 0 : errno;
+}
+
+int removeAndSynchronise(const std::string& directory, const std::string& name)
+{
+    const Descriptor opened =
+        openAtOnce(directory, O_RDONLY | O_DIRECTORY | O_NOFOLLOW);
+    if (!opened.isOpen())
+    {
+        return errno;
+    }
+    const int error =
+        ::unlinkat(opened.get(), name.c_str(), 0) == 0 ? 0 : errno;
+    if (::fsync(opened.get()) == -1 && error == 0)
+    {
+        return errno;
+    }
+    return error;
 }
 
 std::optional<dev_t> deviceOf(const std::string& path)

@@ -21,6 +21,10 @@ namespace os
 [[nodiscard]] Descriptor openAtOnce(const std::string& path, int flags,
                                     mode_t mode = 0666);
 
+/** Makes reads and writes of what openAtOnce() has opened wait for the other
+ *  end of a FIFO. */
+void letWait(const Descriptor& file);
+
 /**
  * Waits until a file or a directory is on the disk. For a directory that
  * means the names in it, not the files that they stand for.
@@ -28,6 +32,15 @@ namespace os
  * @return 0, or the errno value of open(2) or fsync(2)
  */
 int synchronise(const std::string& path);
+
+/**
+ * Removes a file from a directory and waits until that is on the disk. A
+ * directory that is a symbolic link is left alone.
+ *
+ * @return 0, or the errno value of what failed; the directory is synchronised
+ *         also when there was no file
+ */
+int removeAndSynchronise(const std::string& directory, const std::string& name);
 
 /** The device that holds a file; nothing, with errno, when that cannot be
  *  found out. */

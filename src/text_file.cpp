@@ -1,6 +1,8 @@
 #include "text_file.hpp"
 
-#include "../os/descriptor.hpp"
+#include "../os/directories.hpp"
+#include "../os/files.hpp"
+#include "../os/pipe_signal.hpp"
 #include "../os/transfer.hpp"
 
 #include <fcntl.h>
@@ -9,8 +11,6 @@
 
 #include <algorithm>
 #include <array>
-#include <csignal>
-#include <filesystem>
 #include <string_view>
 
 namespace phosphor::software::updater
@@ -21,63 +21,12 @@ namespace
 
 using os::Descriptor;
 
-/** Nonblocking, so that a FIFO in this place cannot hang the open. A new file
- *  gets the defaults of the process: 0666 less the umask. */
-Descriptor openAtOnce(const std::string& path, int flags)
-{
-    constexpr mode_t newFileMode = 0666;
-    return Descriptor(
-        ::open(path.c_str(), flags | O_CLOEXEC | O_NONBLOCK, newFileMode));
-}
-
-/** Makes reads and writes wait for the other end of a FIFO. */
-void letWait(const Descriptor& file)
-{
-    const int flags = ::fcntl(file.get(), F_GETFL);
-    ::fcntl(file.get(), F_SETFL, flags & ~O_NONBLOCK);
-}
-
 bool isRegular(const Descriptor& file)
 {
     struct statx status = {};
     return ::statx(file.get(), "", AT_EMPTY_PATH, STATX_TYPE, &status) == 0 &&
            S_ISREG(status.stx_mode);
 }
-
-/** Keeps the SIGPIPE of a FIFO whose readers go away from the process, which it
- *  would end: the write fails, as on a full disk. */
-class PipeSignalHeldOff
-{
-  public:
-    PipeSignalHeldOff()
-    {
-        ::sigemptyset(&pipeSignal);
-        ::sigaddset(&pipeSignal, SIGPIPE);
-        sigset_t pending{};
-        ::sigpending(&pending);
-        wasPending = ::sigismember(&pending, SIGPIPE) == 1;
-        ::pthread_sigmask(SIG_BLOCK, &pipeSignal, &before);
-    }
-
-    ~PipeSignalHeldOff()
-    {
-        if (!wasPending)
-        {
-            constexpr timespec atOnce{};
-            os::uninterrupted(
-                [&] { return ::sigtimedwait(&pipeSignal, nullptr, &atOnce); });
-        }
-        ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
-    }
-
-    PipeSignalHeldOff(const PipeSignalHeldOff&) = delete;
-    PipeSignalHeldOff& operator=(const PipeSignalHeldOff&) = delete;
-
-  private:
-    sigset_t pipeSignal{};
-    sigset_t before{};
-    bool wasPending = false;
-};
 
 using Buffer = std::array<char, 4096>;
 
@@ -91,12 +40,12 @@ ssize_t readInto(Buffer& buffer, const Descriptor& file)
 
 std::optional<std::string> readText(const std::string& path)
 {
-    const Descriptor file = openAtOnce(path, O_RDONLY);
+    const Descriptor file = os::openAtOnce(path, O_RDONLY);
     if (!file.isOpen())
     {
         return std::nullopt;
     }
-    letWait(file);
+    os::letWait(file);
     std::string text;
     Buffer buffer{};
     for (ssize_t length = readInto(buffer, file); length > 0;
@@ -112,7 +61,7 @@ std::optional<std::string> readFirstWord(const std::string& path)
     constexpr size_t mostBytes = 1 << 20;
     constexpr std::string_view blanks = " \t\n\v\f\r";
 
-    const Descriptor file = openAtOnce(path, O_RDONLY);
+    const Descriptor file = os::openAtOnce(path, O_RDONLY);
     if (!file.isOpen() || !isRegular(file))
     {
         return std::nullopt;
@@ -150,44 +99,24 @@ std::optional<std::string> readFirstWord(const std::string& path)
     }
 }
 
-bool writeText(const std::string& path, const std::vector<std::string>& pieces)
+Opened writeText(const std::string& path,
+                 const std::vector<std::string>& pieces)
 {
-    const Descriptor file = openAtOnce(path, O_WRONLY | O_CREAT | O_TRUNC);
+    const Descriptor file = os::openAtOnce(path, O_WRONLY | O_CREAT | O_TRUNC);
     if (!file.isOpen())
     {
-        return false;
+        return Opened::no;
     }
-    letWait(file);
-    const PipeSignalHeldOff held;
+    os::letWait(file);
+    const os::PipeSignalHeldOff held;
     // Stops at the first piece that cannot be written.
     std::ranges::all_of(pieces, [&](const auto& piece) {
         return os::writeAll(file.get(), piece);
     });
     ::fsync(file.get());
-    // For a file that is new: its name is on the disk with its directory. The
-    // dot is all there is of it when the path is a bare name.
-    synchronise(std::filesystem::path(path).parent_path() / ".");
-    return true;
-}
-
-void removeFrom(const std::string& directory, const std::string& name)
-{
-    const Descriptor opened =
-        openAtOnce(directory, O_RDONLY | O_DIRECTORY | O_NOFOLLOW);
-    if (opened.isOpen())
-    {
-        ::unlinkat(opened.get(), name.c_str(), 0);
-        ::fsync(opened.get());
-    }
-}
-
-void synchronise(const std::string& path)
-{
-    const Descriptor file = openAtOnce(path, O_RDONLY);
-    if (file.isOpen())
-    {
-        ::fsync(file.get());
-    }
+    // For a file that is new: its name is on the disk with its directory.
+    os::synchronise(os::directoryOf(path));
+    return Opened::yes;
 }
 
 } // namespace phosphor::software::updater

@@ -20,22 +20,20 @@ std::optional<std::string> readText(const std::string& path);
  */
 std::optional<std::string> readFirstWord(const std::string& path);
 
+/** Whether a file could be opened; what failed after that is not reported. */
+enum class Opened
+{
+    no,
+    yes
+};
+
 /**
  * Writes a file in place: opens it, creating or truncating it, writes the
- * pieces one by one and waits until they are on the disk, with its name. What
- * fails after the opening is not reported. Waits for the readers of a FIFO; one
- * that nobody reads cannot be opened, and SIGPIPE is held off.
- *
- * @return whether it could be opened
+ * pieces one by one, up to the first that fails, and waits until they are on
+ * the disk, with its name. Waits for the readers of a FIFO; one that nobody
+ * reads cannot be opened, and SIGPIPE is held off.
  */
-bool writeText(const std::string& path, const std::vector<std::string>& pieces);
-
-/** Removes a file from a directory and waits until that is on the disk. A
- *  directory that is a symbolic link is left alone; nothing is reported. */
-void removeFrom(const std::string& directory, const std::string& name);
-
-/** Waits until a file or a directory is on the disk, as far as that can be
- *  had; a failure is not reported. */
-void synchronise(const std::string& path);
+Opened writeText(const std::string& path,
+                 const std::vector<std::string>& pieces);
 
 } // namespace phosphor::software::updater

@@ -55,7 +55,7 @@ std::string versionFileIn(const std::string& slot)
  *  it leads to is left. */
 void removeSlot(const std::string& slot)
 {
-    removeFrom(slot, versionName);
+    os::removeAndSynchronise(slot, versionName);
     std::error_code ignored;
     fs::remove_all(slot, ignored);
 }
@@ -161,12 +161,12 @@ void FwManager::verifyBackupImage(const std::string& running)
     // and a power cut would leave a verified slot with empty ones.
     for (const auto& path : {imageIn(slot), versionFileIn(slot), slot})
     {
-        synchronise(path);
+        os::synchronise(path);
     }
     removeSlot(backup->verified);
     std::error_code ignored;
     fs::rename(slot, backup->verified, ignored);
-    synchronise(backup->path);
+    os::synchronise(backup->path);
 }
 
 std::string FwManager::getVerifiedBackupImagePath()

@@ -1,6 +1,6 @@
 #include "image_copy.hpp"
 
-#include "../../os/descriptor.hpp"
+#include "../../os/files.hpp"
 #include "../../os/transfer.hpp"
 
 #include <fcntl.h>
@@ -29,15 +29,7 @@ Descriptor openRegularFile(const std::string& path)
     const bool regular =
         ::statx(AT_FDCWD, path.c_str(), 0, STATX_TYPE, &status) == 0 &&
         S_ISREG(status.stx_mode);
-    return Descriptor(regular ? ::open(path.c_str(), O_RDONLY | O_CLOEXEC)
-                              : -1);
-}
-
-Descriptor createFile(const std::string& path)
-{
-    constexpr mode_t newFileMode = 0666;
-    return Descriptor(::open(
-        path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, newFileMode));
+    return regular ? os::openAtOnce(path, O_RDONLY) : Descriptor(-1);
 }
 
 /** @return false when the kernel cannot copy between these files */
@@ -79,7 +71,7 @@ void copyImage(const std::string& source, const std::string& copy)
     {
         return;
     }
-    const Descriptor to = createFile(copy);
+    const Descriptor to = os::openAtOnce(copy, O_WRONLY | O_CREAT | O_EXCL);
     if (!to.isOpen())
     {
         return;

@@ -65,7 +65,7 @@ int bmcReleaseFileWrite(const std::string& path,
     {
         lines.push_back(key + "=\"" + value + "\"\n");
     }
-    return writeText(path, lines) ? 0 : reportUnopened(path);
+    return writeText(path, lines) == Opened::yes ? 0 : reportUnopened(path);
 }
 
 int bmcReleaseFileItemSet(const std::string& path, const std::string& key,

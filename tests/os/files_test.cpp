@@ -27,7 +27,10 @@ class Files : public testing::Test
 };
 
 using OpenAtOnce = Files;
+using LetWait = Files;
 using Synchronise = Files;
+using RemoveAndSynchronise = Files;
+using DeviceOf = Files;
 
 TEST_F(OpenAtOnce, DoesNotWaitForTheOtherEndOfAFifo)
 {
@@ -61,6 +64,14 @@ TEST_F(OpenAtOnce, SaysWhyItFails)
     EXPECT_EQ(errno, ENOENT);
 }
 
+TEST_F(LetWait, TakesBackThatNothingIsWaitedFor)
+{
+    const auto opened = os::openAtOnce(fifo, O_RDWR);
+    EXPECT_EQ(::fcntl(opened.get(), F_GETFL) & O_NONBLOCK, O_NONBLOCK);
+    os::letWait(opened);
+    EXPECT_EQ(::fcntl(opened.get(), F_GETFL) & O_NONBLOCK, 0);
+}
+
 TEST_F(Synchronise, TakesFilesAndDirectories)
 {
     EXPECT_EQ(os::synchronise(file), 0);
@@ -71,6 +82,36 @@ TEST_F(Synchronise, SaysWhyItFails)
 {
     EXPECT_EQ(os::synchronise(absent), ENOENT);
     EXPECT_EQ(os::synchronise(fifo), EINVAL);
+}
+
+TEST_F(RemoveAndSynchronise, RemovesTheFile)
+{
+    EXPECT_EQ(os::removeAndSynchronise(scratch.path, "file"), 0);
+    EXPECT_EQ(support::namesIn(scratch.path), std::vector<std::string>{"fifo"});
+}
+
+TEST_F(RemoveAndSynchronise, SaysWhyItFails)
+{
+    EXPECT_EQ(os::removeAndSynchronise(scratch.path, "absent"), ENOENT);
+    EXPECT_EQ(os::removeAndSynchronise(absent, "file"), ENOENT);
+    EXPECT_EQ(os::removeAndSynchronise(file, "file"), ENOTDIR);
+}
+
+TEST_F(RemoveAndSynchronise, LeavesWhatALinkLeadsTo)
+{
+    const auto link = scratch.path / "link";
+    create_directory_symlink(scratch.path, link);
+    EXPECT_EQ(os::removeAndSynchronise(link, "file"), ENOTDIR);
+    EXPECT_EQ(support::readFile(file), "text");
+}
+
+TEST_F(DeviceOf, IsThatOfTheStatusOrUnknown)
+{
+    EXPECT_EQ(os::deviceOf(file), support::statusOf(file).st_dev);
+    EXPECT_EQ(os::deviceOf("/proc"), support::statusOf("/proc").st_dev);
+    errno = 0;
+    EXPECT_EQ(os::deviceOf(absent), std::nullopt);
+    EXPECT_EQ(errno, ENOENT);
 }
 
 } // namespace

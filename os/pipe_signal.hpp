@@ -1,0 +1,48 @@
+#pragma once
+
+#include "transfer.hpp"
+
+#include <csignal>
+
+namespace os
+{
+
+/**
+ * Keeps the SIGPIPE of a FIFO whose readers go away from the process, which it
+ * would end: the write fails, as on a full disk. One that was pending before
+ * stays so.
+ */
+class PipeSignalHeldOff
+{
+  public:
+    PipeSignalHeldOff() noexcept
+    {
+        ::sigemptyset(&pipeSignal);
+        ::sigaddset(&pipeSignal, SIGPIPE);
+        sigset_t pending{};
+        ::sigpending(&pending);
+        wasPending = ::sigismember(&pending, SIGPIPE) == 1;
+        ::pthread_sigmask(SIG_BLOCK, &pipeSignal, &before);
+    }
+
+    ~PipeSignalHeldOff()
+    {
+        if (!wasPending)
+        {
+            constexpr timespec atOnce{};
+            uninterrupted(
+                [&] { return ::sigtimedwait(&pipeSignal, nullptr, &atOnce); });
+        }
+        ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    }
+
+    PipeSignalHeldOff(const PipeSignalHeldOff&) = delete;
+    PipeSignalHeldOff& operator=(const PipeSignalHeldOff&) = delete;
+
+  private:
+    sigset_t pipeSignal{};
+    sigset_t before{};
+    bool wasPending = false;
+};
+
+} // namespace os
