@@ -52,10 +52,15 @@ inline void sendToJournal(std::vector<std::string>& lines)
     (sd_journal_sendv)(parts.data(), static_cast<int>(parts.size()));
 }
 
+inline bool findOutAboutStandardError()
+{
+    return isatty(STDERR_FILENO) == 1 ||
+           std::getenv("LG2_FORCE_STDERR") != nullptr;
+}
+
 /** Decided once, as in the package: a later change of the environment or of
  *  standard error does not count. */
-inline const bool standardErrorIsWanted =
-    isatty(STDERR_FILENO) == 1 || std::getenv("LG2_FORCE_STDERR") != nullptr;
+inline const bool standardErrorIsWanted = findOutAboutStandardError();
 
 inline void copyToStandardError(int priority, const std::string& message)
 {
@@ -65,12 +70,20 @@ inline void copyToStandardError(int priority, const std::string& message)
     static_cast<void>(std::fputs(line.c_str(), stderr));
 }
 
-/** Sends one record to the journal, and its copy to standard error if that is
- *  wanted. */
+/**
+ * Sends one record to the journal, and its copy to standard error if that is
+ * wanted.
+ *
+ * @param texts  each name of a field before its value, which are moved from
+ */
 inline void log(int priority, const std::string& text,
-                std::span<const Field> fields,
-                const std::source_location& where)
+                std::span<std::string> texts, const std::source_location& where)
 {
+    std::vector<Field> fields;
+    for (std::size_t at = 0; at < texts.size(); at += 2)
+    {
+        fields.emplace_back(std::move(texts[at]), std::move(texts[at + 1]));
+    }
     const std::string message = filledIn(text, fields);
 
     std::vector<std::string> lines{

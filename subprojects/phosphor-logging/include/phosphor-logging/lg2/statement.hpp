@@ -10,7 +10,6 @@
 #include <string>
 #include <type_traits>
 #include <utility>
-#include <vector>
 
 namespace lg2
 {
@@ -49,13 +48,7 @@ class Statement<priority, std::index_sequence<positions...>, Arguments...>
     {
         std::array<std::string, sizeof...(Arguments)> texts{
             textOf(arguments)...};
-
-        std::vector<Field> fields;
-        for (std::size_t at = 0; at < texts.size(); at += 2)
-        {
-            fields.emplace_back(std::move(texts[at]), std::move(texts[at + 1]));
-        }
-        log(priority, text, fields, where);
+        log(priority, text, texts, where);
     }
 };
 
