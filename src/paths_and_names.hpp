@@ -3,7 +3,7 @@
  */
 #pragma once
 
-namespace phosphor::software::updater
+namespace fenmarch
 {
 
 namespace paths
@@ -65,4 +65,4 @@ inline constexpr auto buttons = "xyz.openbmc_project.Chassis.Buttons";
 
 } // namespace interfaces
 
-} // namespace phosphor::software::updater
+} // namespace fenmarch

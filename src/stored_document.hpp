@@ -6,7 +6,7 @@
 #include <optional>
 #include <string>
 
-namespace phosphor::software::updater
+namespace fenmarch
 {
 
 /** A document of the JSON store, from its load to its release. */
@@ -72,4 +72,4 @@ class StoredDocument
     std::unique_ptr<json_config_t, Release> handle;
 };
 
-} // namespace phosphor::software::updater
+} // namespace fenmarch

@@ -13,7 +13,7 @@
 #include <array>
 #include <string_view>
 
-namespace phosphor::software::updater
+namespace fenmarch
 {
 
 namespace
@@ -119,4 +119,4 @@ Opened writeText(const std::string& path,
     return Opened::yes;
 }
 
-} // namespace phosphor::software::updater
+} // namespace fenmarch

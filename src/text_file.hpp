@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-namespace phosphor::software::updater
+namespace fenmarch
 {
 
 /** The content of a file as far as it can be read; nothing when it cannot be
@@ -36,4 +36,4 @@ enum class Opened
 Opened writeText(const std::string& path,
                  const std::vector<std::string>& pieces);
 
-} // namespace phosphor::software::updater
+} // namespace fenmarch

@@ -13,6 +13,8 @@
 namespace phosphor::software::updater
 {
 
+using namespace fenmarch;
+
 namespace
 {
 

@@ -14,7 +14,7 @@
 // not fit into its time_t (a date after 2038 in 32 bits), and a program that
 // another thread executes meanwhile inherits its descriptors.
 
-namespace phosphor::software::updater
+namespace fenmarch
 {
 
 namespace
@@ -83,4 +83,4 @@ void copyImage(const std::string& source, const std::string& copy)
     ::fsync(to.get());
 }
 
-} // namespace phosphor::software::updater
+} // namespace fenmarch

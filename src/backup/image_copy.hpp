@@ -2,7 +2,7 @@
 
 #include <string>
 
-namespace phosphor::software::updater
+namespace fenmarch
 {
 
 /**
@@ -16,4 +16,4 @@ namespace phosphor::software::updater
  */
 void copyImage(const std::string& source, const std::string& copy);
 
-} // namespace phosphor::software::updater
+} // namespace fenmarch

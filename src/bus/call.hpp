@@ -18,7 +18,7 @@
 #include <string>
 #include <variant>
 
-namespace phosphor::software::updater
+namespace fenmarch
 {
 
 /** An interface of an object at a service. */
@@ -95,4 +95,4 @@ int getDbusProperty(sdbusplus::bus_t& bus, const DbusInterface& target,
         report);
 }
 
-} // namespace phosphor::software::updater
+} // namespace fenmarch

@@ -8,6 +8,8 @@
 namespace phosphor::software::updater
 {
 
+using namespace fenmarch;
+
 void FwManager::loadConfigContent()
 {
     if (configLoaded)

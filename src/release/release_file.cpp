@@ -10,6 +10,8 @@
 namespace phosphor::software::updater
 {
 
+using namespace fenmarch;
+
 namespace
 {
 

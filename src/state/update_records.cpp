@@ -6,6 +6,8 @@
 namespace phosphor::software::updater
 {
 
+using namespace fenmarch;
+
 namespace
 {
 

@@ -9,6 +9,8 @@
 namespace phosphor::software::updater
 {
 
+using namespace fenmarch;
+
 namespace
 {
 

@@ -9,7 +9,7 @@
 namespace
 {
 
-using namespace phosphor::software::updater;
+using namespace fenmarch;
 using sdbusplus::exception::SdBusError;
 using support::Answer;
 using support::getCall;
