@@ -1,9 +1,6 @@
 #include "json_model.hpp"
 
 #include <algorithm>
-#include <charconv>
-#include <cmath>
-#include <cstdlib>
 #include <set>
 
 namespace fuzz
@@ -12,437 +9,226 @@ namespace fuzz
 namespace
 {
 
-constexpr int deepest = 2048;
+using Json = Document::Json;
 
-bool isDigit(char byte)
+/** What nlohmann-json reports of a text. */
+struct Structure
 {
-    return byte >= '0' && byte <= '9';
-}
-
-bool isBlank(char byte)
-{
-    return byte == ' ' || byte == '\t' || byte == '\n' || byte == '\r';
-}
-
-void appendUtf8(std::string& text, unsigned int code)
-{
-    const auto append = [&](unsigned int byte) {
-        text += static_cast<char>(byte);
-    };
-    const auto continuation = [&](int shift) {
-        append(0x80U | (code >> shift & 0x3FU));
-    };
-    if (code < 0x80)
-    {
-        append(code);
-    }
-    else if (code < 0x800)
-    {
-        append(0xC0U | code >> 6);
-        continuation(0);
-    }
-    else if (code < 0x10000)
-    {
-        append(0xE0U | code >> 12);
-        continuation(6);
-        continuation(0);
-    }
-    else
-    {
-        append(0xF0U | code >> 18);
-        continuation(12);
-        continuation(6);
-        continuation(0);
-    }
-}
-
-/** Reads from the start to the end. Each function returns false where the text
- *  is to be refused. */
-class Reader
-{
-  public:
-    explicit Reader(std::string_view text) : input(text)
-    {
-    }
-
-    std::optional<Sections> read()
-    {
-        Sections sections;
-        skipBlanks();
-        if (!readSections(sections))
-        {
-            return std::nullopt;
-        }
-        skipBlanks();
-        return next == input.size() ? std::optional(sections) : std::nullopt;
-    }
-
-  private:
-    /** The byte that comes next; a NUL, which is nowhere valid, at the end. */
-    [[nodiscard]] char peek() const
-    {
-        return next < input.size() ? input[next] : '\0';
-    }
-
-    bool take(std::string_view expected)
-    {
-        if (!input.substr(next).starts_with(expected))
-        {
-            return false;
-        }
-        next += expected.size();
-        return true;
-    }
-
-    void skipBlanks()
-    {
-        while (isBlank(peek()))
-        {
-            ++next;
-        }
-    }
-
-    template <typename ReadElement>
-    bool readList(const char* opening, const char* closing,
-                  ReadElement readElement)
-    {
-        if (!take(opening) || ++depth > deepest)
-        {
-            return false;
-        }
-        skipBlanks();
-        if (peek() != *closing)
-        {
-            do
-            {
-                skipBlanks();
-                if (!readElement())
-                {
-                    return false;
-                }
-                skipBlanks();
-            } while (take(","));
-        }
-        --depth;
-        return take(closing);
-    }
-
-    template <typename ReadMember>
-    bool readObject(ReadMember readMember)
-    {
-        std::set<std::string> keys;
-        return readList("{", "}", [&] {
-            std::string key;
-            if (!readString(key) || !keys.insert(key).second)
-            {
-                return false;
-            }
-            skipBlanks();
-            if (!take(":"))
-            {
-                return false;
-            }
-            skipBlanks();
-            return readMember(key);
-        });
-    }
-
-    bool readSections(Sections& sections)
-    {
-        return readObject([&](const std::string& name) {
-            Section& section = sections.emplace_back();
-            section.name = name;
-            section.isObject = peek() == '{';
-            return section.isObject ? readItems(section.items)
-                                    : readValue(section.other);
-        });
-    }
-
-    bool readItems(std::vector<Item>& items)
-    {
-        return readObject([&](const std::string& key) {
-            Item& item = items.emplace_back();
-            item.key = key;
-            return peek() == '"' ? readString(item.text.emplace())
-                                 : readValue(item.other);
-        });
-    }
-
-    /** Appends what the value consists of, without its blanks and escapes. */
-    bool readValue(std::string& content)
-    {
-        if (peek() == '{' || peek() == '[')
-        {
-            return readContainer(content);
-        }
-        const std::size_t start = next;
-        if (peek() == '"')
-        {
-            std::string text;
-            const bool good = readString(text);
-            content += std::to_string(text.size()) + '"' + text;
-            return good;
-        }
-        const bool good =
-            take("true") || take("false") || take("null") || readNumber();
-        const auto word = input.substr(start, next - start);
-        // The parser tells the value of an integer alone.
-        content += word == "-0" ? "0" : word;
-        return good;
-    }
-
-    bool readContainer(std::string& content)
-    {
-        const char opening = peek();
-        const auto readElement = [&] {
-            content += ',';
-            return readValue(content);
-        };
-        content += opening;
-        const bool good = opening == '['
-                              ? readList("[", "]", readElement)
-                              : readObject([&](const std::string& key) {
-                                    content +=
-                                        std::to_string(key.size()) + '"' + key;
-                                    return readElement();
-                                });
-        content += 'e';
-        return good;
-    }
-
-    bool readDigits()
-    {
-        const bool any = isDigit(peek());
-        while (isDigit(peek()))
-        {
-            ++next;
-        }
-        return any;
-    }
-
-    bool readNumber()
-    {
-        const std::size_t start = next;
-        take("-");
-        if (!take("0") && !readDigits())
-        {
-            return false;
-        }
-        if (take(".") && !readDigits())
-        {
-            return false;
-        }
-        if (take("e") || take("E"))
-        {
-            if (!take("+"))
-            {
-                take("-");
-            }
-            if (!readDigits())
-            {
-                return false;
-            }
-        }
-        const std::string number(input.substr(start, next - start));
-        return std::isfinite(std::strtod(number.c_str(), nullptr));
-    }
-
-    bool readString(std::string& text)
-    {
-        if (!take("\""))
-        {
-            return false;
-        }
-        while (next < input.size() && input[next] != '"')
-        {
-            const char byte = input[next++];
-            if (static_cast<unsigned char>(byte) < 0x20)
-            {
-                return false;
-            }
-            if (byte != '\\')
-            {
-                text += byte;
-            }
-            else if (!readEscape(text))
-            {
-                return false;
-            }
-        }
-        return take("\"") && isUtf8(text);
-    }
-
-    bool readEscape(std::string& text)
-    {
-        constexpr std::string_view letters = R"("\/bfnrt)";
-        constexpr std::string_view meanings = "\"\\/\b\f\n\r\t";
-        const auto letter = letters.find(peek());
-        if (letter != std::string_view::npos)
-        {
-            ++next;
-            text += meanings[letter];
-            return true;
-        }
-        unsigned int code = 0;
-        if (!readCode(code))
-        {
-            return false;
-        }
-        if (code >= 0xD800 && code < 0xDC00)
-        {
-            unsigned int low = 0;
-            if (!take("\\") || !readCode(low) || low < 0xDC00 || low >= 0xE000)
-            {
-                return false;
-            }
-            code = 0x10000 + ((code - 0xD800) << 10) + (low - 0xDC00);
-        }
-        else if (code >= 0xDC00 && code < 0xE000)
-        {
-            return false;
-        }
-        appendUtf8(text, code);
-        return true;
-    }
-
-    bool readCode(unsigned int& code)
-    {
-        constexpr std::size_t digits = 4;
-        if (!take("u") || input.size() - next < digits)
-        {
-            return false;
-        }
-        const char* const start = input.data() + next;
-        next += digits;
-        return std::from_chars(start, start + digits, code, 16).ptr ==
-               start + digits;
-    }
-
-    std::string_view input;
-    std::size_t next = 0;
-    int depth = 0;
+    Json::value_t root = Json::value_t::discarded;
+    bool hasDuplicates = false;
+    std::size_t levels = 0;
 };
 
-bool isContinuation(char byte)
+Structure structureOf(std::string_view text)
 {
-    return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80;
+    using Event = Json::parse_event_t;
+    Structure found;
+    std::vector<std::set<std::string>> keys;
+    const auto note = [&](int /*depth*/, Event event, const Json& value) {
+        if (event == Event::object_start || event == Event::array_start)
+        {
+            keys.emplace_back();
+            found.levels = std::max(found.levels, keys.size());
+        }
+        if (event == Event::object_end || event == Event::array_end)
+        {
+            keys.pop_back();
+        }
+        if (event == Event::key &&
+            !keys.back().insert(value.get<std::string>()).second)
+        {
+            found.hasDuplicates = true;
+        }
+        return true;
+    };
+    found.root = Json::parse(text, note, false).type();
+    return found;
 }
 
-/** The length of the character that a text starts with, 0 where it is none. */
-std::size_t characterLength(std::string_view text)
+constexpr std::string_view betweenTokens = " \t\n\r{}[]:,";
+
+/** The length of the string, number or word that the text starts with. */
+std::size_t tokenLength(std::string_view text)
 {
-    struct Form
+    if (text.front() != '"')
     {
-        unsigned char mask;
-        unsigned char lead;
-        unsigned int least;
-    };
-    constexpr Form forms[] = {{0x80, 0x00, 0},
-                              {0xE0, 0xC0, 0x80},
-                              {0xF0, 0xE0, 0x800},
-                              {0xF8, 0xF0, 0x10000}};
-    const auto first = static_cast<unsigned char>(text.front());
-    std::size_t length = 1;
-    for (const auto& [mask, lead, least] : forms)
-    {
-        if ((first & mask) == lead)
-        {
-            if (text.size() < length)
-            {
-                return 0;
-            }
-            unsigned int code = first & static_cast<unsigned char>(~mask);
-            for (const char byte : text.substr(1, length - 1))
-            {
-                if (!isContinuation(byte))
-                {
-                    return 0;
-                }
-                code = code << 6 | (static_cast<unsigned char>(byte) & 0x3FU);
-            }
-            const bool isSurrogate = code >= 0xD800 && code < 0xE000;
-            return code >= least && code < 0x110000 && !isSurrogate ? length
-                                                                    : 0;
-        }
-        ++length;
+        return std::min(text.find_first_of(betweenTokens), text.size());
     }
-    return 0;
+    std::size_t length = 1;
+    while (text[length] != '"')
+    {
+        length += text[length] == '\\' ? 2 : 1;
+    }
+    return length + 1;
+}
+
+/** The valid text with another token for each string, number and word. */
+std::string replaced(std::string_view text, auto replacement)
+{
+    std::string result;
+    while (!text.empty())
+    {
+        const bool isToken =
+            betweenTokens.find(text.front()) == std::string_view::npos;
+        const std::string part(text.substr(0, isToken ? tokenLength(text) : 1));
+        result += isToken ? replacement(part) : part;
+        text.remove_prefix(part.size());
+    }
+    return result;
+}
+
+std::string decoded(const std::string& string)
+{
+    return Json::parse(string);
+}
+
+std::string encoded(std::string_view text)
+{
+    return Json(text).dump();
+}
+
+/** How the store spells what it has read. */
+std::string respelled(const std::string& token)
+{
+    // The parser gives it the value of an integer, not the text.
+    return token == "-0"          ? "0"
+           : token.front() == '"' ? encoded(decoded(token))
+                                  : token;
+}
+
+/** The member of this name, however it is spelled, or the end. */
+auto member(auto& object, std::string_view name)
+{
+    auto each = object.is_object() ? object.begin() : object.end();
+    while (each != object.end() && decoded(each.key()) != name)
+    {
+        ++each;
+    }
+    return each;
+}
+
+/** The same, added with this value where it is missing. */
+Json& memberOrNew(Json& object, std::string_view name, const Json& value)
+{
+    const auto known = member(object, name);
+    return known != object.end() ? *known : object[encoded(name)] = value;
 }
 
 } // namespace
 
-const Section* Sections::find(std::string_view name) const
+std::optional<Document> Document::read(std::string_view text)
 {
-    const auto found = std::ranges::find(*this, name, &Section::name);
-    return found == end() ? nullptr : &*found;
-}
-
-std::optional<std::string> Sections::text(std::string_view section,
-                                          std::string_view key) const
-{
-    const Section* const holder = find(section);
-    if (holder == nullptr)
+    if (!Json::accept(text) ||
+        std::ranges::any_of(refusedByTheStore(), [text](const auto& each) {
+            return each.appliesTo(text);
+        }))
     {
         return std::nullopt;
     }
-    const auto found = std::ranges::find(holder->items, key, &Item::key);
-    return found == holder->items.end() ? std::nullopt : found->text;
+    Document document;
+    document.root = Json::parse(replaced(text, [](const std::string& token) {
+        return encoded(respelled(token));
+    }));
+    return document;
 }
 
-void Sections::set(const std::string& section, const std::string& key,
-                   const std::string& text)
+std::vector<std::pair<std::string, std::string>> Document::names() const
 {
-    auto holder = std::ranges::find(*this, section, &Section::name);
-    if (holder == end())
+    std::vector<std::pair<std::string, std::string>> names;
+    for (const auto& [section, members] : root.items())
     {
-        holder = insert(end(), {section, true, {}});
+        names.emplace_back(decoded(section), "");
+        if (members.is_object())
+        {
+            for (const auto& [key, value] : members.items())
+            {
+                names.emplace_back(decoded(section), decoded(key));
+            }
+        }
     }
-    auto item = std::ranges::find(holder->items, key, &Item::key);
-    if (item == holder->items.end())
+    return names;
+}
+
+bool Document::isBlocked(std::string_view section) const
+{
+    const auto known = member(root, section);
+    return known != root.end() && !known->is_object();
+}
+
+std::optional<std::string> Document::text(std::string_view section,
+                                          std::string_view key) const
+{
+    const auto items = member(root, section);
+    if (items == root.end())
     {
-        item = holder->items.insert(holder->items.end(), {key, {}});
+        return std::nullopt;
     }
-    item->text = text;
-    item->other.clear();
+    const auto item = member(*items, key);
+    const auto token = item != items->end() && item->is_string()
+                           ? item->get<std::string>()
+                           : std::string("null");
+    return token.front() == '"' ? std::optional(decoded(token)) : std::nullopt;
 }
 
-void Sections::remove(std::string_view section, std::string_view key)
+void Document::set(std::string_view section, std::string_view key,
+                   std::string_view text)
 {
-    const auto holder = std::ranges::find(*this, section, &Section::name);
-    std::erase_if(holder->items,
-                  [key](const Item& item) { return item.key == key; });
+    Json& items = memberOrNew(root, section, Json::object());
+    memberOrNew(items, key, "") = encoded(text);
 }
 
-std::optional<Sections> readModel(std::string_view text)
+void Document::remove(std::string_view section, std::string_view key)
 {
-    return Reader(text).read();
+    Json& items = *member(root, section);
+    items.erase(member(items, key));
+}
+
+std::string Document::written() const
+{
+    return replaced(root.dump(4), decoded) + '\n';
+}
+
+const std::vector<Disagreement>& refusedByTheStore()
+{
+    using Text = std::string_view;
+    constexpr std::size_t mostLevels = 2048;
+    static const std::vector<Disagreement> rows = {
+        {"a byte order mark counts as a blank", "\xEF\xBB\xBF{}",
+         [](Text text) { return text.starts_with("\xEF\xBB\xBF"); }},
+        {"a NUL counts as the end",
+         {"{}\0x", 4},
+         [](Text text) { return text.find('\0') != Text::npos; }},
+        {"the root may be any value", "[]",
+         [](Text text) {
+             return structureOf(text).root != Json::value_t::object;
+         }},
+        {"of duplicate keys the last one counts", R"({"a":{"b":1,"\u0062":1}})",
+         [](Text text) { return structureOf(text).hasDuplicates; }},
+        {"there may be any number of levels",
+         R"({"a":)" + std::string(mostLevels, '[') +
+             std::string(mostLevels, ']') + '}',
+         [](Text text) { return structureOf(text).levels > mostLevels; }},
+    };
+    return rows;
 }
 
 bool isUtf8(std::string_view text)
 {
-    while (!text.empty())
-    {
-        const std::size_t length = characterLength(text);
-        if (length == 0)
-        {
-            return false;
-        }
-        text.remove_prefix(length);
-    }
-    return true;
+    // Leaves out what is none.
+    const auto valid =
+        Json(text).dump(-1, ' ', false, Json::error_handler_t::ignore);
+    return decoded(valid) == text;
 }
 
 std::string_view fitting(std::string_view text, std::size_t most)
 {
-    std::size_t length = 0;
-    while (length < text.size())
+    const auto isContinuation = [](char byte) {
+        return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80;
+    };
+    std::size_t length = std::min(most, text.size());
+    while (length < text.size() && isContinuation(text[length]))
     {
-        const std::size_t character = characterLength(text.substr(length));
-        if (length + character > most)
-        {
-            break;
-        }
-        length += character;
+        --length;
     }
     return text.substr(0, length);
 }

@@ -1,57 +1,68 @@
 #pragma once
 
+#include "fuzz_target.hpp"
+
+// What the parser holds for certain fails like a property, instead of ending
+// the process. In one place, because all sources have to see the same parser.
+#define JSON_ASSERT(condition) fuzz::require(condition, #condition)
+#include <nlohmann/json.hpp>
+
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 /**
- * What the JSON store is to make of a text, by a reader of our own that shares
- * nothing with the parser below the store.
+ * What the JSON store is to make of a text, by nlohmann-json, which shares
+ * nothing with the store.
  */
 namespace fuzz
 {
 
-struct Item
-{
-    std::string key;
-    /** Nothing for a value that is no string. */
-    std::optional<std::string> text;
-    /** What such a value consists of. */
-    std::string other = {};
-
-    bool operator==(const Item&) const = default;
-};
-
-struct Section
-{
-    std::string name;
-    bool isObject = false;
-    std::vector<Item> items;
-    /** What a section that is no object consists of. */
-    std::string other = {};
-
-    bool operator==(const Section&) const = default;
-};
-
-/** The items of a document, in its own order. */
-class Sections : public std::vector<Section>
+class Document
 {
   public:
-    [[nodiscard]] const Section* find(std::string_view name) const;
+    using Json = nlohmann::ordered_json;
+
+    /** @return nothing where the store has to refuse the text */
+    static std::optional<Document> read(std::string_view text);
+
+    /** Section and key of each item; each section with an empty key too. */
+    [[nodiscard]] std::vector<std::pair<std::string, std::string>>
+    names() const;
+
+    /** Whether there is a member of this name that is no object. */
+    [[nodiscard]] bool isBlocked(std::string_view section) const;
 
     /** The string of an item. */
     [[nodiscard]] std::optional<std::string> text(std::string_view section,
                                                   std::string_view key) const;
 
-    void set(const std::string& section, const std::string& key,
-             const std::string& text);
+    void set(std::string_view section, std::string_view key,
+             std::string_view text);
 
     void remove(std::string_view section, std::string_view key);
+
+    /** The text that the store has to write. */
+    [[nodiscard]] std::string written() const;
+
+  private:
+    /** Each name, string, number and word is a string that spells it. */
+    Json root = Json::object();
 };
 
-/** @return nothing where the text is no document */
-std::optional<Sections> readModel(std::string_view text);
+/** Where the store and nlohmann-json disagree about what a document is. */
+struct Disagreement
+{
+    const char* reason;
+    std::string example;
+    bool (*appliesTo)(std::string_view text);
+};
+
+/** What nlohmann-json reads, and the store refuses. */
+const std::vector<Disagreement>& refusedByTheStore();
 
 bool isUtf8(std::string_view text);
 

@@ -18,7 +18,7 @@
 
 using fuzz::require;
 
-const int fuzz::sabotages = 9;
+const int fuzz::sabotages = 15;
 
 namespace
 {
@@ -78,14 +78,13 @@ struct Place
 };
 
 /** Whether the set may fail with this errno. */
-bool mayRefuse(int error, const Input& input, const fuzz::Sections& sections)
+bool mayRefuse(int error, const Input& input, const fuzz::Document& document)
 {
     const bool isText = fuzz::isUtf8(input.section) &&
                         fuzz::isUtf8(input.key) && fuzz::isUtf8(input.value);
-    const fuzz::Section* const section = sections.find(input.section);
-    const bool isSection = section == nullptr || section->isObject;
-    return (error == EILSEQ && !isText) || (error == EBADMSG && !isSection) ||
-           (error == 0 && isText && isSection);
+    const bool isBlocked = document.isBlocked(input.section);
+    return (error == EILSEQ && !isText) || (error == EBADMSG && isBlocked) ||
+           (error == 0 && isText && !isBlocked);
 }
 
 /** The string of the item, or "(none)". */
@@ -105,25 +104,39 @@ std::string textOf(json_config_t* config, const Input& input)
     return buffer;
 }
 
-void requireDocument(const Place& place, const fuzz::Sections& expected)
+/** Small errors in the text that the store writes. */
+struct WritingError
 {
-    auto sections = fuzz::readModel(support::readFile(place.document));
-    require(sections.has_value(), "the new text is a document");
-    if (fuzz::sabotage == 3 && sections->size() > 1)
+    int sabotage;
+    std::string_view right;
+    std::string_view wrong;
+};
+constexpr WritingError writingErrors[] = {
+    {3, "    \"BMC\": {", "    \"BMX\": {"},
+    {4, "\"a\": \"\",\n        \"b\": \"\"",
+     "\"b\": \"\",\n        \"a\": \"\""},
+    {9, "2.50", "2.5"},
+    {10, "[]", "[ ]"},
+    {11, "{}", "{\n    }"},
+    {12, "\": ", "\":"},
+    {13, "            ", "          "},
+    {14, "\n}\n", "\n}"},
+    {15, "\"\"", "null"},
+};
+
+void requireText(const Place& place, const fuzz::Document& document)
+{
+    std::string text = support::readFile(place.document);
+    for (const auto& [sabotage, right, wrong] : writingErrors)
     {
-        sections->erase(sections->begin());
+        const auto at = text.find(right);
+        if (fuzz::sabotage == sabotage && at != std::string::npos)
+        {
+            text.replace(at, right.size(), wrong);
+        }
     }
-    if (fuzz::sabotage == 4 && !sections->empty() &&
-        sections->front().items.size() > 1)
-    {
-        std::swap(sections->front().items[0], sections->front().items[1]);
-    }
-    if (fuzz::sabotage == 9 && !sections->empty())
-    {
-        sections->front().other.clear();
-    }
-    require(sections == expected,
-            "every other item keeps its value and its place");
+    require(text == document.written(),
+            "all else keeps its spelling and its place, indented by four");
 }
 
 void checkRefused(const Place& place, const Input& input,
@@ -142,9 +155,9 @@ void checkRefused(const Place& place, const Input& input,
 
 /** @return whether the item is there now */
 bool checkSet(const Place& place, json_config_t* config, const Input& input,
-              fuzz::Sections& sections)
+              fuzz::Document& document)
 {
-    const bool same = sections.text(input.section, input.key) == input.value;
+    const bool same = document.text(input.section, input.key) == input.value;
     errno = 0;
     const int result = json_config_set_string(
         config, input.section.c_str(), input.key.c_str(), input.value.c_str());
@@ -152,7 +165,7 @@ bool checkSet(const Place& place, json_config_t* config, const Input& input,
     const std::string found = textOf(config, input);
     require(json_config_release(config) == 0, "a change is put in place");
     place.requireTidy();
-    require(same ? error == 0 : mayRefuse(error, input, sections),
+    require(same ? error == 0 : mayRefuse(error, input, document),
             "only bad text and what is no section is refused");
     if (error != 0 || same)
     {
@@ -161,13 +174,13 @@ bool checkSet(const Place& place, json_config_t* config, const Input& input,
         return error == 0;
     }
     require(found == input.value, "what was set is found");
-    sections.set(input.section, input.key, input.value);
-    requireDocument(place, sections);
+    document.set(input.section, input.key, input.value);
+    requireText(place, document);
     return true;
 }
 
 void checkDelete(const Place& place, const Input& input,
-                 fuzz::Sections& sections)
+                 fuzz::Document& document)
 {
     json_config_t* const config = place.load();
     require(config != nullptr, "what was written can be loaded again");
@@ -180,8 +193,8 @@ void checkDelete(const Place& place, const Input& input,
     place.requireTidy();
     require(kept == input.value, "what was set is kept");
     require(result == 0 && found == "(none)", "what was deleted is gone");
-    sections.remove(input.section, input.key);
-    requireDocument(place, sections);
+    document.remove(input.section, input.key);
+    requireText(place, document);
 }
 
 } // namespace
@@ -190,22 +203,23 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     static const Place place;
     const Input input(std::string(data, data + size));
-    auto sections = input.document.empty() ? std::optional(fuzz::Sections())
-                                           : fuzz::readModel(input.document);
+    auto document = input.document.empty()
+                        ? std::optional(fuzz::Document())
+                        : fuzz::Document::read(input.document);
 
     support::writeFile(place.document, input.document);
     const auto before = support::statusOf(place.document);
     json_config_t* const config = place.load();
     if (config == nullptr)
     {
-        require(!sections.has_value(), "a document is read");
+        require(!document.has_value(), "a document is read");
         checkRefused(place, input, before);
         return 0;
     }
-    require(sections.has_value(), "what is no document is refused");
-    if (checkSet(place, config, input, *sections))
+    require(document.has_value(), "what is no document is refused");
+    if (checkSet(place, config, input, *document))
     {
-        checkDelete(place, input, *sections);
+        checkDelete(place, input, *document);
     }
     return 0;
 }

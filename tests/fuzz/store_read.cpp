@@ -43,12 +43,12 @@ Handle load(const std::string& path)
 
 /** An item as a buffer of this size takes it. */
 void checkItem(json_config_t* config, const std::string& section,
-               const std::string& key, const fuzz::Sections& sections,
+               const std::string& key, const fuzz::Document& document,
                std::size_t size)
 {
     // C strings: where a name holds a NUL, another item may be meant.
     // NOLINTNEXTLINE(readability-redundant-string-cstr)
-    const auto text = sections.text(section.c_str(), key.c_str());
+    const auto text = document.text(section.c_str(), key.c_str());
     const auto buffer = std::make_unique<char[]>(size);
     buffer[0] = '?';
     errno = 0;
@@ -76,21 +76,17 @@ void checkItem(json_config_t* config, const std::string& section,
             "as much of the string as fits is copied, with a NUL behind it");
 }
 
-void checkItems(json_config_t* config, const fuzz::Sections& sections)
+void checkItems(json_config_t* config, const fuzz::Document& document)
 {
     constexpr std::size_t usualSize = 256;
     std::size_t smallSize = 1;
-    for (const auto& section : sections)
+    checkItem(config, "", "", document, usualSize);
+    for (const auto& [section, key] : document.names())
     {
-        checkItem(config, section.name, "", sections, usualSize);
-        for (const auto& item : section.items)
-        {
-            checkItem(config, section.name, item.key, sections, usualSize);
-            checkItem(config, section.name, item.key, sections, smallSize);
-            smallSize = smallSize % 16 + 1;
-        }
+        checkItem(config, section, key, document, usualSize);
+        checkItem(config, section, key, document, smallSize);
+        smallSize = smallSize % 16 + 1;
     }
-    checkItem(config, "", "", sections, usualSize);
 }
 
 } // namespace
@@ -99,7 +95,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     static fuzz::MemoryFile file;
     const std::string text(data, data + size);
-    const auto sections = fuzz::readModel(text);
+    const auto document = fuzz::Document::read(text);
 
     file.write(text);
     const Handle config = load(file.path());
@@ -107,10 +103,10 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
     {
         require(errno == (text.empty() ? ENOENT : EBADMSG),
                 "a document is refused with EBADMSG");
-        require(!sections.has_value(), "a document is read");
+        require(!document.has_value(), "a document is read");
         return 0;
     }
-    require(sections.has_value(), "what is no document is refused");
-    checkItems(config.get(), *sections);
+    require(document.has_value(), "what is no document is refused");
+    checkItems(config.get(), *document);
     return 0;
 }
