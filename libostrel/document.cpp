@@ -1,143 +1,154 @@
 #include "document.hpp"
 
+#include "duplicate_keys.hpp"
 #include "errors.hpp"
-#include "json_text.hpp"
+#include "json_string.hpp"
 
 #include <algorithm>
+#include <utility>
 
 namespace ostrel
 {
 
-namespace
+/** Finds the members of a document in its text. */
+class Document::Reader
 {
-
-/** The member of this name, or the end. */
-auto member(auto& members, auto name, std::string_view wanted)
-{
-    return std::ranges::find(members, wanted, name);
-}
-
-void requireText(std::string_view text)
-{
-    // The form in which it goes to the file exists for valid text alone.
-    static_cast<void>(stringJson(text));
-}
-
-Items& itemsOf(std::vector<Section>& sections, std::string_view name)
-{
-    const auto known = member(sections, &Section::name, name);
-    if (known == sections.end())
+  public:
+    explicit Reader(Document& empty) :
+        document(empty),
+        tokens(empty.json),
+        duplicates(empty.json, expectedItems())
     {
-        sections.push_back({std::string(name), Items()});
-        return std::get<Items>(sections.back().content);
+        document.items.reserve(expectedItems());
     }
-    auto* const items = std::get_if<Items>(&known->content);
-    require(items != nullptr, EBADMSG);
-    return *items;
-}
 
-std::string jsonOf(const Item& item)
-{
-    const auto* const string = std::get_if<std::string>(&item.value);
-    return stringJson(item.key) + ':' +
-           (string != nullptr ? stringJson(*string)
-                              : std::get<Foreign>(item.value).json);
-}
-
-/** An object of members, whose texts the function makes. */
-std::string objectOf(const auto& members, auto json)
-{
-    std::string text = "{";
-    for (const auto& each : members)
+    void read()
     {
-        text += text.size() == 1 ? "" : ",";
-        text += json(each);
+        require(next().kind == TokenKind::objectStart, EBADMSG);
+        while (next().kind == TokenKind::key)
+        {
+            readSection();
+        }
+        // The end, or what may not stand behind it.
+        next();
+        require(duplicates.places().empty(), EBADMSG);
     }
-    return text + '}';
-}
 
-std::string jsonOf(const Section& section)
+  private:
+    /** Rarely too few, and in less memory than the text takes. */
+    [[nodiscard]] size_t expectedItems() const
+    {
+        constexpr size_t bytesOfAnItem = 32;
+        return document.json.size() / bytesOfAnItem;
+    }
+
+    Token next()
+    {
+        token = tokens.next();
+        require(token.kind != TokenKind::mistake, EBADMSG);
+        duplicates.take(token);
+        return token;
+    }
+
+    void readSection()
+    {
+        Section section{{token.place, {}},
+                        static_cast<std::uint32_t>(document.items.size()),
+                        0};
+        const std::uint32_t start = next().place.start;
+        if (token.kind == TokenKind::objectStart)
+        {
+            while (next().kind == TokenKind::key)
+            {
+                readItem();
+            }
+        }
+        section.value = restOfValue(start, 1);
+        section.endOfItems = static_cast<std::uint32_t>(document.items.size());
+        document.sections.push_back(section);
+    }
+
+    void readItem()
+    {
+        const Span key = token.place;
+        const std::uint32_t start = next().place.start;
+        document.items.push_back({key, restOfValue(start, 2)});
+    }
+
+    /** Goes to the end of a value that starts here, below so many levels. */
+    Span restOfValue(std::uint32_t start, size_t levels)
+    {
+        while (tokens.depth() > levels)
+        {
+            next();
+        }
+        const Span last = token.place;
+        return {start, last.start + last.length - start};
+    }
+
+    Document& document;
+    Tokens tokens;
+    DuplicateKeys duplicates;
+    Token token{};
+};
+
+Document::Document(std::string&& text) : json(std::move(text))
 {
-    const auto* const items = std::get_if<Items>(&section.content);
-    return stringJson(section.name) + ':' +
-           (items != nullptr
-                ? objectOf(*items,
-                           [](const Item& item) { return jsonOf(item); })
-                : std::get<Foreign>(section.content).json);
-}
-
-} // namespace
-
-Document::Document(std::vector<Section>&& known) noexcept :
-    sections(std::move(known))
-{
+    Reader(*this).read();
 }
 
 bool Document::has(std::string_view section,
                    std::string_view key) const noexcept
 {
-    return get(section, key) != nullptr;
+    return findItem(section, key) != nullptr;
 }
 
 std::optional<std::string_view>
 Document::find(std::string_view section, std::string_view key) const noexcept
 {
-    const Item* const item = get(section, key);
-    const auto* const string =
-        item != nullptr ? std::get_if<std::string>(&item->value) : nullptr;
-    return string != nullptr ? std::optional<std::string_view>(*string)
-                             : std::nullopt;
+    const Member* const item = findItem(section, key);
+    return item != nullptr && json[item->value.start] == '"'
+               ? std::optional(item->value.of(json))
+               : std::nullopt;
 }
 
-const Item* Document::get(std::string_view section,
-                          std::string_view key) const noexcept
+const std::string& Document::text() const noexcept
 {
-    const auto known = member(sections, &Section::name, section);
-    const auto* const items =
-        known != sections.end() ? std::get_if<Items>(&known->content) : nullptr;
-    if (items == nullptr)
+    return json;
+}
+
+bool Document::isObject(const Section& section) const noexcept
+{
+    return json[section.value.start] == '{';
+}
+
+std::span<const Member> Document::itemsOf(const Section& section) const noexcept
+{
+    return {items.data() + section.firstItem,
+            items.data() + section.endOfItems};
+}
+
+const Section* Document::findSection(std::string_view name) const noexcept
+{
+    const auto found = std::ranges::find_if(sections, [&](const Section& each) {
+        return spells(each.key.of(json), name);
+    });
+    return found != sections.end() ? &*found : nullptr;
+}
+
+const Member* Document::findItem(std::string_view section,
+                                 std::string_view key) const noexcept
+{
+    const Section* const known = findSection(section);
+    if (known == nullptr)
     {
         return nullptr;
     }
-    const auto item = member(*items, &Item::key, key);
-    return item != items->end() ? &*item : nullptr;
-}
-
-Document Document::with(std::string_view section, std::string_view key,
-                        std::string_view value) const
-{
-    for (const auto part : {section, key, value})
-    {
-        requireText(part);
-    }
-    Document changed(*this);
-    Items& items = itemsOf(changed.sections, section);
-    const auto known = member(items, &Item::key, key);
-    if (known != items.end())
-    {
-        known->value = std::string(value);
-    }
-    else
-    {
-        items.push_back({std::string(key), std::string(value)});
-    }
-    return changed;
-}
-
-Document Document::without(std::string_view section, std::string_view key) const
-{
-    Document changed(*this);
-    std::erase_if(itemsOf(changed.sections, section),
-                  [&](const Item& item) { return item.key == key; });
-    return changed;
-}
-
-std::string Document::text() const
-{
-    return indented(objectOf(
-               sections,
-               [](const Section& section) { return jsonOf(section); })) +
-           '\n';
+    const auto own = itemsOf(*known);
+    const auto found = std::ranges::find_if(own, [&](const Member& each) {
+        return spells(each.key.of(json), key);
+    });
+    return found != own.end() ? &*found : nullptr;
 }
 
 } // namespace ostrel

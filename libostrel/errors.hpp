@@ -1,6 +1,7 @@
 #pragma once
 
 #include "../os/cancellation.hpp"
+#include "../os/descriptor.hpp"
 
 #include <cerrno>
 #include <exception>
@@ -25,14 +26,18 @@ inline void require(bool condition, int error)
     }
 }
 
-/**
- * Passes the result of a system call on.
- * @throws std::system_error with errno when it is -1
+/** @throws std::system_error with errno when the result of a system call is -1
  */
-inline int check(int result)
+inline void check(ssize_t result)
 {
     require(result != -1, errno);
-    return result;
+}
+
+/** Passes a file on. @throws std::system_error with errno if it is not open */
+inline os::Descriptor check(os::Descriptor file)
+{
+    require(file.isOpen(), errno);
+    return file;
 }
 
 /** The errno value for the exception being handled. */

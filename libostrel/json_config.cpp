@@ -1,7 +1,7 @@
 #include "json_config.hpp"
 
-#include "document_reader.hpp"
 #include "errors.hpp"
+#include "json_string.hpp"
 #include "libostrel.h"
 #include "regular_file.hpp"
 
@@ -20,31 +20,13 @@ constexpr int failed = -1;
 
 Document readFile(const json_config& config)
 {
-    const auto text = ostrel::readRegularFile(config.path);
+    auto text = ostrel::readRegularFile(config.path, ostrel::Span::longestText);
     if (text && !text->empty())
     {
-        return ostrel::readDocument(*text);
+        return Document(std::move(*text));
     }
     require(config.lock.has_value(), ENOENT);
     return Document();
-}
-
-/** How much of a text of valid UTF-8 fits, without tearing a character. */
-size_t fittingLength(std::string_view text, size_t most)
-{
-    const auto continuesCharacter = [&](size_t position) {
-        return (static_cast<unsigned char>(text[position]) & 0xC0U) == 0x80U;
-    };
-    if (text.size() <= most)
-    {
-        return text.size();
-    }
-    size_t length = most;
-    while (length > 0 && continuesCharacter(length))
-    {
-        --length;
-    }
-    return length;
 }
 
 void requireChangeable(const json_config& config)
@@ -53,19 +35,22 @@ void requireChangeable(const json_config& config)
     require(config.failure == 0, config.failure);
 }
 
-/**
- * Takes over the document that the edit yields, once it is staged. A failure
- * ends the whole transaction: the changes staged so far share the temporary.
- */
-template <typename Edit>
-void stage(json_config& config, Edit edit)
+/** Writes a changed document beside the file, and takes it over. */
+void stage(json_config& config, Document&& changed)
+{
+    config.staged.reset();
+    config.staged.emplace(config.path, changed.text());
+    config.document = std::move(changed);
+}
+
+/** Runs a step whose failure ends the whole transaction: the changes staged so
+ *  far share its temporary, or the caller looks at the release only. */
+template <typename Step>
+void orEndTransaction(json_config& config, Step step)
 {
     try
     {
-        Document changed = edit();
-        config.staged.reset();
-        config.staged.emplace(config.path, changed.text());
-        config.document = std::move(changed);
+        step();
     }
     catch (...)
     {
@@ -99,9 +84,9 @@ int json_config_get_string(json_config_t* config, const char* section,
         require(config != nullptr && section != nullptr && key != nullptr &&
                     buffer != nullptr && size != 0,
                 EINVAL);
-        const auto text = config->document.find(section, key);
-        require(text.has_value(), ENOENT);
-        buffer[text->copy(buffer, fittingLength(*text, size - 1))] = '\0';
+        const auto spelling = config->document.find(section, key);
+        require(spelling.has_value(), ENOENT);
+        buffer[ostrel::copyText(*spelling, buffer, size - 1)] = '\0';
         return success;
     });
 }
@@ -114,12 +99,13 @@ int json_config_set_string(json_config_t* config, const char* section,
                     value != nullptr,
                 EINVAL);
         requireChangeable(*config);
-        if (config->document.find(section, key) == value)
+        const auto spelling = config->document.find(section, key);
+        if (spelling && ostrel::spells(*spelling, value))
         {
             return success;
         }
         Document changed = config->document.with(section, key, value);
-        stage(*config, [&] { return std::move(changed); });
+        orEndTransaction(*config, [&] { stage(*config, std::move(changed)); });
         return success;
     });
 }
@@ -132,8 +118,9 @@ int json_config_delete_item(json_config_t* config, const char* section,
                 EINVAL);
         requireChangeable(*config);
         require(config->document.has(section, key), ENOENT);
-        // Made within the staging: the caller may look at the release alone.
-        stage(*config, [&] { return config->document.without(section, key); });
+        orEndTransaction(*config, [&] {
+            stage(*config, config->document.without(section, key));
+        });
         return success;
     });
 }

@@ -64,10 +64,11 @@ typedef struct json_config json_config_t;
  * @return the handle, or null with the lock dropped and the file untouched:
  *         EINVAL   path is null or flags is not 0
  *         ENOENT   no lock path, and the file is missing or empty
- *         EBADMSG  the file is no JSON (RFC 8259) in UTF-8 with an object at
- *                  its root, starts with a byte order mark, has a key twice in
- *                  one object, a number outside the range of a double, or more
- *                  than 2048 levels of objects and arrays
+ *         EBADMSG  the file is not JSON (RFC 8259) in UTF-8 with an object at
+ *                  its root, starts with a byte order mark, has duplicate keys
+ *                  in an object, or more than 2048 levels of objects and
+ *                  arrays
+ *         EFBIG    the file has 4 GiB or more
  *         EISDIR   path or lock_path is a directory
  *         ENOTSUP  path is a FIFO, a device or another file without content
  *         ENXIO    path or lock_path is a socket
@@ -94,7 +95,10 @@ int json_config_get_string(json_config_t* config, const char* section,
 /**
  * Sets an item, creating it and its section where they are missing and
  * replacing a value of another type. Everything else in the document keeps its
- * value and its place. Setting the string that is already there does nothing.
+ * place and its spelling: numbers, escapes in strings and values that the store
+ * does not interpret stay as they are written. White space does not: the new
+ * document is indented by four spaces. Setting the string that is already there
+ * does nothing.
  *
  * The new document is written to the disk at once, beside the old one as
  * `<file>.tmp`, with the mode and the owner of the old file (a new file has
@@ -105,7 +109,8 @@ int json_config_get_string(json_config_t* config, const char* section,
  *         EINVAL   an argument is null
  *         EBADF    the handle has no lock
  *         EILSEQ   section, key or value is no valid UTF-8
- *         EBADMSG  the section is there, but is no object
+ *         EBADMSG  the section is there, but is not an object
+ *         EFBIG    the new document would have 4 GiB or more
  *         After a failure to write the handle takes no further change: each
  *         one, and the release, fails with the same errno, and nothing that
  *         was changed through this handle reaches the file. That is for

@@ -1,10 +1,14 @@
 #include "lock_file.hpp"
 
-#include "directories.hpp"
+#include "../os/directories.hpp"
+#include "../os/files.hpp"
+#include "../os/transfer.hpp"
 #include "errors.hpp"
 
 #include <fcntl.h>
 #include <sys/file.h>
+
+#include <utility>
 
 namespace ostrel
 {
@@ -12,31 +16,30 @@ namespace ostrel
 namespace
 {
 
-/** Nobody without the right to write the document may hold its writers up. */
-constexpr mode_t lockFileMode = 0600;
-
-os::Descriptor openLockFile(const std::filesystem::path& path)
+os::Descriptor openLockFile(const std::string& path)
 {
-    // Nonblocking, so that a FIFO in this place cannot hang the open.
-    constexpr int flags =
-        O_RDONLY | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY;
-    int file = ::open(path.c_str(), flags, lockFileMode);
-    if (file == -1 && errno == ENOENT)
+    constexpr int flags = O_RDONLY | O_CREAT | O_NOFOLLOW;
+    /** Nobody without the right to write the document may hold its writers up.
+     */
+    constexpr mode_t lockFileMode = 0600;
+    constexpr mode_t directoryMode = 0755;
+
+    os::Descriptor file = os::openAtOnce(path, flags, lockFileMode);
+    if (file.isOpen() || errno != ENOENT)
     {
-        createDirectories(path.parent_path(), Lasting::no);
-        file = ::open(path.c_str(), flags, lockFileMode);
+        return check(std::move(file));
     }
-    return os::Descriptor(check(file));
+    const int error = os::createDirectories(os::directoryOf(path),
+                                            directoryMode, os::Lasting::no);
+    require(error == 0, error);
+    return check(os::openAtOnce(path, flags, lockFileMode));
 }
 
 } // namespace
 
-LockFile::LockFile(const std::filesystem::path& path) : file(openLockFile(path))
+LockFile::LockFile(const std::string& path) : file(openLockFile(path))
 {
-    while (::flock(file.get(), LOCK_EX) == -1)
-    {
-        require(errno == EINTR, errno);
-    }
+    check(os::uninterrupted([&] { return ::flock(file.get(), LOCK_EX); }));
 }
 
 LockFile::~LockFile()

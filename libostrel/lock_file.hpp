@@ -2,7 +2,7 @@
 
 #include "../os/descriptor.hpp"
 
-#include <filesystem>
+#include <string>
 
 namespace ostrel
 {
@@ -16,7 +16,7 @@ class LockFile
      * without limit for the lock.
      * @throws std::system_error
      */
-    explicit LockFile(const std::filesystem::path& path);
+    explicit LockFile(const std::string& path);
     ~LockFile();
 
     LockFile(LockFile&&) = delete;

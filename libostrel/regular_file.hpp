@@ -11,11 +11,11 @@ namespace ostrel
  * the reader.
  *
  * @return its content, or nothing when there is no file
- * @throws std::system_error with EISDIR for a directory, with ENOTSUP for
- *         what else is no regular file, with ENOMEM, or with what stands in
- *         the way of reading; std::bad_alloc
+ * @throws std::system_error with EISDIR for a directory, with ENOTSUP for any
+ *         other file that is not regular, with EFBIG for a larger one, or with
+ *         the errno of the call that failed; std::bad_alloc
  */
 [[nodiscard]] std::optional<std::string>
-readRegularFile(const std::string& path);
+readRegularFile(const std::string& path, size_t mostBytes);
 
 } // namespace ostrel

@@ -1,7 +1,8 @@
 #include "staged_file.hpp"
 
+#include "../os/directories.hpp"
+#include "../os/files.hpp"
 #include "../os/transfer.hpp"
-#include "directories.hpp"
 #include "errors.hpp"
 
 #include <fcntl.h>
@@ -12,6 +13,7 @@
 #include <climits>
 #include <cstdio>
 #include <optional>
+#include <utility>
 
 namespace ostrel
 {
@@ -19,16 +21,13 @@ namespace ostrel
 namespace
 {
 
-namespace fs = std::filesystem;
-
 constexpr mode_t newFileMode = 0644;
 constexpr mode_t ownerOnlyMode = 0600;
+constexpr mode_t directoryMode = 0755;
 constexpr mode_t permissionBits = 07777;
 
-/** Where a symbolic link leads; nothing when there is no link. Not by
- *  std::filesystem, which reads the times of the link first: where they do not
- *  fit into its time_t (a date after 2038 in 32 bits), it fails. */
-std::optional<fs::path> targetOf(const fs::path& link)
+/** Where a symbolic link leads; nothing when the file is not a link. */
+std::optional<std::string> targetOf(const std::string& link)
 {
     std::array<char, PATH_MAX> target{};
     const ssize_t length =
@@ -39,11 +38,11 @@ std::optional<fs::path> targetOf(const fs::path& link)
         require(errno == EINVAL || errno == ENOENT, errno);
         return std::nullopt;
     }
-    return fs::path(target.data(), target.data() + length);
+    return std::string(target.data(), static_cast<size_t>(length));
 }
 
 /** The file that a chain of symbolic links ends at, existing or not. */
-fs::path followLinks(fs::path file)
+std::string followLinks(std::string file)
 {
     // The kernel's own limit.
     constexpr int mostLinks = 40;
@@ -54,23 +53,24 @@ fs::path followLinks(fs::path file)
         {
             return file;
         }
-        file = file.parent_path() / *target;
+        const bool isRelative = !target->starts_with('/');
+        file = (isRelative ? os::directoryOf(file) + '/' : "") + *target;
     }
     fail(ELOOP);
 }
 
-os::Descriptor openOrCreateDirectory(const fs::path& path)
+os::Descriptor openOrCreateDirectory(const std::string& path)
 {
-    try
+    constexpr int flags = O_RDONLY | O_DIRECTORY;
+    os::Descriptor directory = os::openAtOnce(path, flags);
+    if (directory.isOpen() || errno != ENOENT)
     {
-        return openDirectory(path);
+        return check(std::move(directory));
     }
-    catch (const std::system_error& e)
-    {
-        require(e.code().value() == ENOENT, e.code().value());
-    }
-    createDirectories(path, Lasting::yes);
-    return openDirectory(path);
+    const int error =
+        os::createDirectories(path, directoryMode, os::Lasting::yes);
+    require(error == 0, error);
+    return check(os::openAtOnce(path, flags));
 }
 
 /** Mode and owner of the file that is to be replaced, if there is one. */
@@ -84,7 +84,7 @@ std::optional<struct statx> replaceableFile(int directory,
         require(errno == ENOENT, errno);
         return std::nullopt;
     }
-    // Told now, because the rename could only refuse it when it is too late.
+    // Reported now: the rename would refuse it too late.
     require((status.stx_attributes & STATX_ATTR_MOUNT_ROOT) == 0, EBUSY);
     return status;
 }
@@ -98,17 +98,17 @@ void keepModeAndOwner(int file, const struct statx& old)
 
 } // namespace
 
-StagedFile::StagedFile(const fs::path& file, std::string_view content) :
+StagedFile::StagedFile(const std::string& file, std::string_view content) :
     StagedFile(followLinks(file))
 {
     // From here on the destructor clears up.
     write(content);
 }
 
-StagedFile::StagedFile(const fs::path& target) :
-    name(target.filename()),
+StagedFile::StagedFile(const std::string& target) :
+    name(target.substr(target.rfind('/') + 1)),
     temporaryName(name + ".tmp"),
-    directory(openOrCreateDirectory(target.parent_path()))
+    directory(openOrCreateDirectory(os::directoryOf(target)))
 {
     require(!name.empty(), EISDIR);
 }
@@ -128,10 +128,10 @@ void StagedFile::write(std::string_view content) const
     // One that a crash left behind; removed instead of opened, so that a link
     // planted in its place is not followed.
     ::unlinkat(directory.get(), temporaryName.c_str(), 0);
-    const os::Descriptor file(
-        check(::openat(directory.get(), temporaryName.c_str(),
-                       O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC,
-                       old ? ownerOnlyMode : newFileMode)));
+    const os::Descriptor file =
+        check(os::Descriptor(::openat(directory.get(), temporaryName.c_str(),
+                                      O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC,
+                                      old ? ownerOnlyMode : newFileMode)));
     if (old)
     {
         keepModeAndOwner(file.get(), *old);

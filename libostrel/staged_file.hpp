@@ -2,7 +2,6 @@
 
 #include "../os/descriptor.hpp"
 
-#include <filesystem>
 #include <string>
 #include <string_view>
 
@@ -28,7 +27,7 @@ class StagedFile
      * @throws std::system_error with EBUSY when the file is a mount point, or
      *         with what stands in the way of writing
      */
-    StagedFile(const std::filesystem::path& file, std::string_view content);
+    StagedFile(const std::string& file, std::string_view content);
     ~StagedFile();
 
     StagedFile(StagedFile&&) = delete;
@@ -41,7 +40,7 @@ class StagedFile
     void commit();
 
   private:
-    explicit StagedFile(const std::filesystem::path& target);
+    explicit StagedFile(const std::string& target);
 
     void write(std::string_view content) const;
 

@@ -53,16 +53,18 @@ class Document
     Json root = Json::object();
 };
 
-/** Where the store and nlohmann-json disagree about what a document is. */
+/** What nlohmann-json and the store do not both read, or both refuse. */
 struct Disagreement
 {
-    const char* reason;
+    /** The rule of nlohmann-json. */
+    const char* rule;
     std::string example;
+    bool isReadByTheStore;
     bool (*appliesTo)(std::string_view text);
 };
 
-/** What nlohmann-json reads, and the store refuses. */
-const std::vector<Disagreement>& refusedByTheStore();
+/** In the order in which they correct what nlohmann-json says. */
+const std::vector<Disagreement>& disagreements();
 
 bool isUtf8(std::string_view text);
 

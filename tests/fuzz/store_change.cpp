@@ -18,7 +18,7 @@
 
 using fuzz::require;
 
-const int fuzz::sabotages = 15;
+const int fuzz::sabotages = 20;
 
 namespace
 {
@@ -122,6 +122,11 @@ constexpr WritingError writingErrors[] = {
     {13, "            ", "          "},
     {14, "\n}\n", "\n}"},
     {15, "\"\"", "null"},
+    {16, "1e400", "1e+400"},
+    {17, "-0,", "0,"},
+    {18, "\\u0041", "A"},
+    {19, "\\/", "/"},
+    {20, "\\u0062", "b"},
 };
 
 void requireText(const Place& place, const fuzz::Document& document)

@@ -98,7 +98,11 @@ constexpr auto numbers = R"({
         -1.50e-07,
         123456789012345678901234567890,
         18446744073709551615,
-        -1
+        -1,
+        -0,
+        -0.0,
+        1e400,
+        -1E+999
     ],
     "a": {
         "number": 0.25
@@ -132,6 +136,114 @@ TEST_F(Set, NumbersKeepTheirPointInALocaleThatHasAnother)
     EXPECT_EQ(deleteItem("a", "b"), 0);
     std::setlocale(LC_NUMERIC, "C");
     EXPECT_EQ(support::readFile(document), numbers);
+}
+
+TEST_F(Set, StringsStayAsTheyAreSpelled)
+{
+    const std::string before = R"({
+    "\u0061\/": {
+        "k\u0065y": "old",
+        "\b": "\u0041\u00e9\ud83d\uDE00\/\u0000"
+    },
+    "list": [
+        "\u0041",
+        {
+            "\u0042": "\/"
+        }
+    ]
+}
+)";
+    support::writeFile(document, before);
+    ASSERT_EQ(set("a/", "key", R"(\u0041)"), std::pair(0, 0));
+    std::string after = before;
+    after.replace(after.find("old"), 3, R"(\\u0041)");
+    EXPECT_EQ(support::readFile(document), after);
+}
+
+TEST_F(Set, SameValueInAnotherSpellingWritesNothing)
+{
+    support::writeFile(document, R"({"a":{"\u0062":"\u006fl\u0064"}})");
+    const auto before = support::statusOf(document);
+    EXPECT_EQ(set("a", "b", "old"), std::pair(0, 0));
+    EXPECT_TRUE(support::untouched(before, support::statusOf(document)));
+}
+
+TEST_F(Set, ValueThatOnlyResemblesTheOldOneIsWritten)
+{
+    for (const auto* const old : {R"(olD)", R"(old\u0000)", R"(ol)", R"(older)",
+                                  R"(\u006fldd)", R"(\u006fl)", R"(\u006f\\d)"})
+    {
+        support::writeFile(document,
+                           R"({"a":{"b":")" + std::string(old) + R"("}})");
+        EXPECT_EQ(set("a", "b", "old"), std::pair(0, 0));
+        EXPECT_EQ(support::readFile(document), oldText) << old;
+    }
+}
+
+TEST_F(Set, WhiteSpaceIsThatOfTheStoreEverywhere)
+{
+    support::writeFile(document, "{\t\"a\" :{ } ,\r\n\"list\":[ ],\"x\":[ [ ] ,"
+                                 "{ },[{\"y\" :[1 ,\ttrue]}]],\"b\":\n7 }");
+    ASSERT_EQ(set("a", "b", "c"), std::pair(0, 0));
+    EXPECT_EQ(support::readFile(document), R"({
+    "a": {
+        "b": "c"
+    },
+    "list": [],
+    "x": [
+        [],
+        {},
+        [
+            {
+                "y": [
+                    1,
+                    true
+                ]
+            }
+        ]
+    ],
+    "b": 7
+}
+)");
+}
+
+TEST_F(Set, OneHandleSeesAndChangesWhatItHasChanged)
+{
+    support::writeFile(document, R"({"x":[1,{"y":"z"}],"a":{"b":"old"}})");
+    Handle config = load();
+    for (const auto& [section, key, value] :
+         {std::tuple{"a", "b", "a longer value than before"},
+          {"a", "new", "1"},
+          {"n", "b", "2"},
+          {"a", "b", ""},
+          {"n", "c", "3"},
+          {"n", "b", "\n"}})
+    {
+        ASSERT_EQ(json_config_set_string(config.get(), section, key, value), 0);
+        EXPECT_EQ(get(config, section, key), value);
+    }
+    ASSERT_EQ(json_config_delete_item(config.get(), "a", "b"), 0);
+    EXPECT_EQ(get(config, "a", "b"), "(none)");
+    EXPECT_EQ(get(config, "a", "new"), "1");
+    EXPECT_EQ(get(config, "n", "b"), "\n");
+    EXPECT_EQ(get(config, "n", "c"), "3");
+    EXPECT_EQ(json_config_release(config.release()), 0);
+    EXPECT_EQ(support::readFile(document), R"({
+    "x": [
+        1,
+        {
+            "y": "z"
+        }
+    ],
+    "a": {
+        "new": "1"
+    },
+    "n": {
+        "b": "\n",
+        "c": "3"
+    }
+}
+)");
 }
 
 TEST_F(Set, NewItemsAndSectionsComeLast)

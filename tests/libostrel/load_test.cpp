@@ -123,10 +123,99 @@ INSTANTIATE_TEST_SUITE_P(
                     "{\"a\":{\"b\":\"\xc3\"}}",
                     "{\"a\":{\"b\":\"\xed\xa0\x80\"}}",
                     "{\"a\":{\"b\":\"x\ny\"}}", "\xef\xbb\xbf{}",
-                    R"({"a\u0000":{},"a\u0000":{}})", R"({"a":{"b":1e999}})",
+                    R"({"a\u0000":{},"a\u0000":{}})",
                     R"({"a":{"b":[{"c":1,"c":2}]}})", std::string("{}\0", 3),
                     std::string("{}\0{}", 5), std::string(64, '\0'),
                     std::string(1 << 20, '['), nested(2049)));
+
+INSTANTIATE_TEST_SUITE_P(
+    Structure, UnusableContent,
+    testing::Values(R"({)", R"({"a")", R"({"a"})", R"({"a":)", R"({"a":})",
+                    R"({"a" 1})", R"({,})", R"({"a":1,})", R"({"a":1,,"b":1})",
+                    R"({"a":1 "b":1})", R"({"a":1;"b":1})", R"({a:1})",
+                    R"({1:1})", R"({"a":1)", R"({"a":1]})", R"({"a":[1})",
+                    R"({"a":[1,]})", R"({"a":[,]})", R"({"a":[,1]})",
+                    R"({"a":[1 2]})", R"({"a":[1:2]})", R"({"a":[1]]})",
+                    R"({"a":{}}})", R"({"a":{"b":1]}})", R"({"a":["b":1]})",
+                    R"({"a":1}//)", R"(/**/{"a":1})", R"({{}})", R"({[]})",
+                    R"(})", R"(])", R"(:)", R"(,)", R"("a":1)"));
+
+INSTANTIATE_TEST_SUITE_P(Words, UnusableContent,
+                         testing::Values(R"({"a":tru})", R"({"a":truee})",
+                                         R"({"a":True})", R"({"a":fals})",
+                                         R"({"a":nul)", R"({"a":nullnull})",
+                                         R"({"a":nan})", R"({"a":Infinity})",
+                                         R"({"a":undefined})"));
+
+INSTANTIATE_TEST_SUITE_P(
+    Numbers, UnusableContent,
+    testing::Values(R"({"a":01})", R"({"a":-01})", R"({"a":00})", R"({"a":-})",
+                    R"({"a":+1})", R"({"a":1.})", R"({"a":.5})", R"({"a":-.5})",
+                    R"({"a":1.e5})", R"({"a":1e})", R"({"a":1e+})",
+                    R"({"a":1E-})", R"({"a":1e1.5})", R"({"a":--1})",
+                    R"({"a":1-})", R"({"a":0x10})", R"({"a":1,5})",
+                    R"({"a":1_000})", R"({"a":1e5e5})"));
+
+INSTANTIATE_TEST_SUITE_P(
+    Strings, UnusableContent,
+    testing::Values(R"({"a":")", R"({"a":"x)", R"({"a":"\)", R"({"a":"\")",
+                    R"({"a":"\x41"})", R"({"a":"\'"})", R"({"a":"\0"})",
+                    R"({"a":"\U0041"})", R"({"a":"\u"})", R"({"a":"\u004"})",
+                    R"({"a":"\u00g1"})", R"({"a":"\u 041"})",
+                    R"({"a":"\u-041"})", R"({"a":"\u+041"})",
+                    R"({"a":"\ud83d"})", R"({"a":"\ud83dx"})",
+                    R"({"a":"\ud83d\n"})", R"({"a":"\ud83d\u0041"})",
+                    R"({"a":"\ud83d\ue000"})", R"({"a":"\ude00"})",
+                    R"({"a":"\ude00\ud83d"})", R"({"\ud83d":1})",
+                    "{\"a\":\"\t\"}", "{\"a\":\"\x1f\"}", "{\"a\n\":1}"));
+
+INSTANTIATE_TEST_SUITE_P(
+    DuplicateKeys, UnusableContent,
+    testing::Values(
+        // Short and long, spelled alike and otherwise, close and far.
+        R"({"":1,"":1})", R"({"x":1,"\u0078":1})", R"({"/":1,"\/":1})",
+        R"({"section":{},"\u0073ection":{}})",
+        R"({"sectio\u006E":{},"section":{}})",
+        R"({"\ud83d\ude00":1,"\uD83D\uDE00":1})",
+        "{\"\\ud83d\\ude00\":1,\"\xf0\x9f\x98\x80\":1}",
+        R"({"a":1,"b_tail":1,"a_tail":1,"c_tail":1,"b_tail":1})",
+        R"({"a":[[{"b_tail":1,"a_tail":[{}],"b_tail":1}]]})",
+        R"({"a":1,"b":{"x":{"y":{}}},"a":1})"));
+
+TEST_F(Load, KeysThatOnlyResembleEachOtherAreRead)
+{
+    for (const auto* const content :
+         {R"({"a_tail":1,"b_tail":1,"_tail":1,"tail":1,"ail":1,"l":1,"":1})",
+          R"({"a":{"x":1},"b":{"x":1},"x":[{"x":1},{"x":1}]})",
+          R"({"\u0061_tail":1,"\u0062_tail":1,"b\u0000":1,"b":1})",
+          "{\"\xc3\xa4\":1,\"a\xcc\x88\":1,\"A\":1,\"a\":1}"})
+    {
+        support::writeFile(document, content);
+        EXPECT_NE(loadReadOnly(), nullptr) << content;
+    }
+}
+
+TEST_F(Load, EveryBlankAndNumberOfJsonIsRead)
+{
+    for (const auto* const content :
+         {" \t\r\n{ \t\r\n}\n\t\r ", "{\"a\"\n:\t1\r,\n\"b\" :2 }",
+          R"({"a":[0,-0,0.0,10,-1.50,1e5,1E+5,1e-5,0e0,0.1e+10]})",
+          R"({"a":[true,false,null,"",{},[],[[]],{"b":{}}]})"})
+    {
+        support::writeFile(document, content);
+        EXPECT_NE(loadReadOnly(), nullptr) << content;
+    }
+}
+
+TEST_F(Load, FileOf4GibibytesIsRefusedUnread)
+{
+    support::writeFile(document, "{}");
+    std::filesystem::resize_file(document, 1ULL << 32U);
+    errno = 0;
+    EXPECT_EQ(load(), nullptr);
+    EXPECT_EQ(errno, EFBIG);
+    EXPECT_TRUE(lockIsFree());
+}
 
 TEST_F(Load, DirectoryInPlaceOfTheFile)
 {

@@ -1,0 +1,90 @@
+#pragma once
+
+#include "json_tokens.hpp"
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+namespace ostrel
+{
+
+/**
+ * Finds keys that an object has more than once, compared by the texts that
+ * they stand for. Takes n log n steps for n keys, however they are chosen.
+ */
+class DuplicateKeys
+{
+  public:
+    /**
+     * @param json          outlives the object
+     * @param expectedKeys  a guess; it may be wrong
+     * @throws std::bad_alloc
+     */
+    DuplicateKeys(std::string_view json, size_t expectedKeys);
+
+    /**
+     * Takes the tokens of the text in their order.
+     * @throws std::bad_alloc
+     */
+    void take(const Token& token)
+    {
+        if (token.kind == TokenKind::key)
+        {
+            keys.push_back({fingerprint(token), token.place.start});
+        }
+        else if (token.kind == TokenKind::objectStart)
+        {
+            around.push_back(keys.size());
+        }
+        else if (token.kind == TokenKind::objectEnd)
+        {
+            endObject();
+        }
+    }
+
+    /** Where the duplicates start that the objects ended so far have: of the
+     *  keys that are the same, each but the first. */
+    [[nodiscard]] const std::vector<std::uint32_t>& places() const noexcept;
+
+  private:
+    struct Key
+    {
+        /** The same for the same text. */
+        std::uint32_t fingerprint;
+        std::uint32_t start;
+    };
+
+    using Bytes = std::array<char, sizeof(std::uint32_t)>;
+
+    /** The last bytes of a key, which differ more often than the first. */
+    [[nodiscard]] std::uint32_t fingerprint(const Token& key) const noexcept
+    {
+        Bytes last{};
+        const std::string_view spelling = key.place.of(text);
+        if (key.hasEscapes || spelling.size() < last.size() + 2)
+        {
+            return decodedFingerprint(spelling);
+        }
+        std::copy_n(&spelling.back() - last.size(), last.size(), last.data());
+        return std::bit_cast<std::uint32_t>(last);
+    }
+
+    static std::uint32_t decodedFingerprint(std::string_view spelling) noexcept;
+    [[nodiscard]] int compare(const Key& left, const Key& right) const noexcept;
+    [[nodiscard]] bool isBefore(const Key& left,
+                                const Key& right) const noexcept;
+    void endObject();
+
+    std::string_view text;
+    /** Of the objects that are open, from the outermost on. */
+    std::vector<Key> keys;
+    /** The number of keys around each of these objects. */
+    std::vector<size_t> around;
+    std::vector<std::uint32_t> duplicates;
+};
+
+} // namespace ostrel

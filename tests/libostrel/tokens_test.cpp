@@ -1,0 +1,125 @@
+#include "../../libostrel/duplicate_keys.hpp"
+#include "../../libostrel/json_tokens.hpp"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace
+{
+
+using ostrel::DuplicateKeys;
+using ostrel::Token;
+using ostrel::TokenKind;
+using ostrel::Tokens;
+
+/** The tokens of a text, each followed by a blank; behind them "end", or "!"
+ *  and where the text stops being JSON. */
+std::string tokensOf(const std::string& json)
+{
+    Tokens tokens(json);
+    std::string all;
+    for (;;)
+    {
+        const Token token = tokens.next();
+        switch (token.kind)
+        {
+            case TokenKind::end:
+                return all + "end";
+            case TokenKind::mistake:
+                return all + '!' + std::to_string(token.place.start);
+            default:
+                all += std::string(token.place.of(json)) + ' ';
+        }
+    }
+}
+
+TEST(Tokens, AreThePiecesOfTheTextInTheirOrder)
+{
+    EXPECT_EQ(tokensOf(R"( {"a" : [-1.5e+3 ,true,null,"x\"\u0041" ], "":{}} )"),
+              R"({ "a" [ -1.5e+3 true null "x\"\u0041" ] "" { } } end)");
+}
+
+TEST(Tokens, DistinguishKeysFromStringsAndCountTheOpenLevels)
+{
+    const std::string json = R"({"a":["b",{"c":false}]})";
+    Tokens tokens(json);
+    for (const auto& [kind, depth] : {std::pair{TokenKind::objectStart, 1U},
+                                      {TokenKind::key, 1},
+                                      {TokenKind::arrayStart, 2},
+                                      {TokenKind::string, 2},
+                                      {TokenKind::objectStart, 3},
+                                      {TokenKind::key, 3},
+                                      {TokenKind::word, 3},
+                                      {TokenKind::objectEnd, 2},
+                                      {TokenKind::arrayEnd, 1},
+                                      {TokenKind::objectEnd, 0},
+                                      {TokenKind::end, 0},
+                                      {TokenKind::end, 0}})
+    {
+        EXPECT_EQ(tokens.next().kind, kind);
+        EXPECT_EQ(tokens.depth(), depth);
+    }
+}
+
+TEST(Tokens, EndAtAMistakeWhereItStarts)
+{
+    EXPECT_EQ(tokensOf(""), "!0");
+    EXPECT_EQ(tokensOf("  "), "!2");
+    EXPECT_EQ(tokensOf("\xef\xbb\xbf{}"), "!0");
+    EXPECT_EQ(tokensOf(R"({"a":1,})"), R"({ "a" 1 !7)");
+    EXPECT_EQ(tokensOf(R"({"a" 1})"), R"({ !5)");
+    EXPECT_EQ(tokensOf(R"({"a":1 "b":2})"), R"({ "a" 1 !7)");
+    EXPECT_EQ(tokensOf(R"({"a":  "x\q"})"), R"({ "a" !7)");
+    EXPECT_EQ(tokensOf(R"({"a":[1,  02]})"), R"({ "a" [ 1 0 !11)");
+    EXPECT_EQ(tokensOf(R"({"a":1]})"), R"({ "a" 1 !6)");
+    EXPECT_EQ(tokensOf("{} {}"), "{ } !3");
+    EXPECT_EQ(tokensOf(std::string("{}\0", 3)), "{ } !2");
+}
+
+TEST(Tokens, StayAtTheMistake)
+{
+    Tokens tokens("[x");
+    EXPECT_EQ(tokens.next().kind, TokenKind::arrayStart);
+    for (int call = 0; call < 3; ++call)
+    {
+        const Token token = tokens.next();
+        EXPECT_EQ(token.kind, TokenKind::mistake);
+        EXPECT_EQ(token.place.start, 1U);
+        EXPECT_EQ(token.place.length, 0U);
+    }
+}
+
+std::vector<std::uint32_t> duplicatesOf(const std::string& json)
+{
+    Tokens tokens(json);
+    DuplicateKeys duplicates(json, 0);
+    for (Token token = tokens.next(); token.kind != TokenKind::end;
+         token = tokens.next())
+    {
+        duplicates.take(token);
+    }
+    return duplicates.places();
+}
+
+TEST(DuplicateKeys, AreAllKeysButTheFirstOfEachText)
+{
+    EXPECT_EQ(duplicatesOf(R"({"a":1,"b":{"a":1},"c":[{"a":1}]})"),
+              (std::vector<std::uint32_t>{}));
+    EXPECT_EQ(duplicatesOf(R"({"a":1,"b":1,"a":1,"a":1})"),
+              (std::vector<std::uint32_t>{13, 19}));
+    EXPECT_EQ(duplicatesOf(R"({"long name":1,"\u006cong name":1})"),
+              (std::vector<std::uint32_t>{15}));
+    EXPECT_EQ(duplicatesOf(R"({"x":{"b":1,"b":1},"y":1,"y":1})"),
+              (std::vector<std::uint32_t>{12, 25}));
+}
+
+TEST(DuplicateKeys, AreNoKeysThatAreTheSameUpToANul)
+{
+    EXPECT_EQ(duplicatesOf(R"({"a\u0000b":1,"a\u0000":1,"a":1,"a\u0000c":1})"),
+              (std::vector<std::uint32_t>{}));
+}
+
+} // namespace
