@@ -149,9 +149,9 @@ class Document::Writer
 
     void startSection(std::string_view name)
     {
-        const auto items = static_cast<std::uint32_t>(document.items.size());
+        const auto first = static_cast<std::uint32_t>(document.items.size());
         document.sections.push_back(
-            {startMember(name, document.sections.empty(), 1), items, items});
+            {startMember(name, document.sections.empty(), 1), first, first});
     }
 
     void writeItem(std::string_view key, std::string_view value)
