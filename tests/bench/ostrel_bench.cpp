@@ -1,0 +1,6 @@
+#include "stores.hpp"
+
+int main(int argc, char** argv)
+{
+    return measureStores(argc, argv, {{"libostrel", ostrel}});
+}

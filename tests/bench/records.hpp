@@ -1,0 +1,27 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+/** A string of the state file; the name is that in a store without sections. */
+struct Record
+{
+    std::string section;
+    std::string key;
+    std::string value;
+
+    std::string name() const
+    {
+        return section + '_' + key;
+    }
+};
+
+/** What three firmwares keep, 72 records in all, or several times as many. */
+std::vector<Record> records(size_t times);
+
+/** The document that libostrel makes of records, sorted by section. */
+std::string document(const std::vector<Record>& records);
+
+/** So many different keys of one length. Colliding ones have the same FNV-1a
+ *  hash of 32 bits; there are up to 2^14 of them. */
+std::vector<std::string> keys(size_t count, bool colliding);
