@@ -22,16 +22,22 @@ const std::vector<std::uint32_t>& DuplicateKeys::places() const noexcept
 std::uint32_t
 DuplicateKeys::decodedFingerprint(std::string_view spelling) noexcept
 {
+    Bytes first{};
     Bytes last{};
+    size_t length = 0;
     Pieces pieces(spelling);
     for (auto piece = pieces.next(); !piece.empty(); piece = pieces.next())
     {
         for (const char byte : piece)
         {
+            if (length < first.size())
+            {
+                first[length++] = byte;
+            }
             last = {last[1], last[2], last[3], byte};
         }
     }
-    return std::bit_cast<std::uint32_t>(last);
+    return mixed(first, last);
 }
 
 int DuplicateKeys::compare(const Key& left, const Key& right) const noexcept

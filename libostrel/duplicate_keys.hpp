@@ -60,17 +60,26 @@ class DuplicateKeys
 
     using Bytes = std::array<char, sizeof(std::uint32_t)>;
 
-    /** The last bytes of a key, which differ more often than the first. */
+    /** Of the first and the last bytes of a key. */
+    static std::uint32_t mixed(const Bytes& first, const Bytes& last) noexcept
+    {
+        constexpr std::uint32_t odd = 0x9E3779B1;
+        return std::bit_cast<std::uint32_t>(first) * odd ^
+               std::bit_cast<std::uint32_t>(last);
+    }
+
     [[nodiscard]] std::uint32_t fingerprint(const Token& key) const noexcept
     {
+        Bytes first{};
         Bytes last{};
         const std::string_view spelling = key.place.of(text);
-        if (key.hasEscapes || spelling.size() < last.size() + 2)
+        if (key.hasEscapes || spelling.size() < first.size() + 2)
         {
             return decodedFingerprint(spelling);
         }
+        std::copy_n(&spelling.front() + 1, first.size(), first.data());
         std::copy_n(&spelling.back() - last.size(), last.size(), last.data());
-        return std::bit_cast<std::uint32_t>(last);
+        return mixed(first, last);
     }
 
     static std::uint32_t decodedFingerprint(std::string_view spelling) noexcept;

@@ -121,17 +121,29 @@ StagedFile::~StagedFile()
     }
 }
 
+os::Descriptor StagedFile::create(mode_t mode) const
+{
+    const auto attempt = [&] {
+        constexpr int flags = O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC;
+        return os::Descriptor(
+            ::openat(directory.get(), temporaryName.c_str(), flags, mode));
+    };
+    os::Descriptor file = attempt();
+    if (file.isOpen() || errno != EEXIST)
+    {
+        return check(std::move(file));
+    }
+    // One that a crash left behind; removed instead of opened, so that a link
+    // planted in its place is not followed.
+    ::unlinkat(directory.get(), temporaryName.c_str(), 0);
+    return check(attempt());
+}
+
 void StagedFile::write(std::string_view content) const
 {
     const auto old = replaceableFile(directory.get(), name);
 
-    // One that a crash left behind; removed instead of opened, so that a link
-    // planted in its place is not followed.
-    ::unlinkat(directory.get(), temporaryName.c_str(), 0);
-    const os::Descriptor file =
-        check(os::Descriptor(::openat(directory.get(), temporaryName.c_str(),
-                                      O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC,
-                                      old ? ownerOnlyMode : newFileMode)));
+    const os::Descriptor file = create(old ? ownerOnlyMode : newFileMode);
     if (old)
     {
         keepModeAndOwner(file.get(), *old);

@@ -42,6 +42,7 @@ class StagedFile
   private:
     explicit StagedFile(const std::string& target);
 
+    [[nodiscard]] os::Descriptor create(mode_t mode) const;
     void write(std::string_view content) const;
 
     std::string name;

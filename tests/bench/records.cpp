@@ -1,12 +1,5 @@
 #include "records.hpp"
 
-#include <algorithm>
-#include <array>
-#include <cstdint>
-#include <span>
-#include <string_view>
-#include <utility>
-
 namespace
 {
 
@@ -27,48 +20,6 @@ void addHistory(std::vector<Record>& all, const std::string& section,
             {section, activation + '_' + std::to_string(i), versionText(i)});
     }
 }
-
-constexpr uint32_t fnv1a(uint32_t hash, std::string_view text)
-{
-    for (const char letter : text)
-    {
-        hash = (hash ^ static_cast<unsigned char>(letter)) * 16777619U;
-    }
-    return hash;
-}
-
-using Blocks = std::pair<std::string_view, std::string_view>;
-
-// Each pair leads from the hash of what is before it to one and the same, so a
-// choice at each of the 14 places gives 2^14 texts of one hash.
-constexpr std::array<Blocks, 14> collidingBlocks{{
-    {"gwzx", "16cd"},
-    {"yyao", "1kia"},
-    {"g3zx", "1pad"},
-    {"epvu", "33ea"},
-    {"zwfo", "2uja"},
-    {"g3zx", "1pad"},
-    {"epvu", "33ea"},
-    {"zwfo", "2uja"},
-    {"g3zx", "1pad"},
-    {"epvu", "33ea"},
-    {"zwfo", "2uja"},
-    {"g3zx", "1pad"},
-    {"epvu", "33ea"},
-    {"zwfo", "2uja"},
-}};
-
-constexpr bool collide(std::span<const Blocks> pairs)
-{
-    uint32_t hash = 2166136261U;
-    return std::ranges::all_of(pairs, [&hash](const Blocks& blocks) {
-        const uint32_t other = fnv1a(hash, blocks.second);
-        hash = fnv1a(hash, blocks.first);
-        return hash == other;
-    });
-}
-
-static_assert(collide(collidingBlocks));
 
 } // namespace
 
@@ -104,15 +55,12 @@ std::string document(const std::vector<Record>& records)
 
 std::vector<std::string> keys(size_t count, bool colliding)
 {
-    std::vector<std::string> all(count);
-    for (size_t i = 0; i < count; ++i)
+    constexpr size_t least = 100'000; // so that all have as many digits
+    std::vector<std::string> all;
+    for (size_t i = least; i < least + count; ++i)
     {
-        for (size_t place = 0; place < collidingBlocks.size(); ++place)
-        {
-            const auto& [first, second] =
-                colliding ? collidingBlocks[place] : Blocks{"zero", "one."};
-            all[i] += (i >> place) % 2 == 0 ? first : second;
-        }
+        all.push_back(colliding ? std::to_string(i) + "_count"
+                                : "count_" + std::to_string(i));
     }
     return all;
 }
