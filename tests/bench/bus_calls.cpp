@@ -48,8 +48,11 @@ void get(sd_bus* bus, std::string& version)
         sd_bus_call_method(bus, service, path, properties, "Get", &error,
                            &reply, "ss", interface, "Version");
     sd_bus_error_free(&error);
-    const char* text = nullptr;
-    require(status >= 0 && sd_bus_message_read(reply, "v", "s", &text) >= 0);
+    require(status >= 0);
+    // As with the library, a value of another type reads as "".
+    const int isString = sd_bus_message_verify_type(reply, 'v', "s");
+    const char* text = "";
+    require(isString == 0 || sd_bus_message_read(reply, "v", "s", &text) >= 0);
     version = text;
     sd_bus_message_unref(reply);
 }
