@@ -123,9 +123,7 @@ class CostOfARefusal : public CostOfADocument
 
 TEST_P(CostOfARefusal, IsHardlyMoreThanReadingTheFile)
 {
-    // The parser keeps the blanks before a token, in a buffer that doubles.
-    const size_t times = GetParam().name == std::string("Blanks") ? 6 : 2;
-    EXPECT_LT(costOf(mebibyte).mostBytes, times * mebibyte);
+    EXPECT_LT(costOf(mebibyte).mostBytes, 2 * mebibyte);
 }
 
 const auto nameOf = [](const auto& document) { return document.param.name; };
