@@ -113,8 +113,8 @@ struct SpelledCharacter
 SpelledCharacter readEscape(std::string_view text)
 {
     const size_t letter =
-        text.size() < 2 ? escapeLetters.npos : escapeLetters.find(text[1]);
-    if (letter != escapeLetters.npos)
+        text.size() < 2 ? std::string_view::npos : escapeLetters.find(text[1]);
+    if (letter != std::string_view::npos)
     {
         return {2, {{escapedBytes[letter]}, 1}};
     }
@@ -206,7 +206,7 @@ const char* endOfPlain(const char* at)
 
 Spelling readSpelling(std::string_view json) noexcept
 {
-    const char* const end = endOfPlain(json.data() + 1);
+    const char* const end = endOfPlain(&json.front() + 1);
     return *end == '"'
                ? Spelling{static_cast<size_t>(end + 1 - json.data()), false}
                : readRest(json, end);
@@ -238,7 +238,7 @@ bool spells(std::string_view spelling, std::string_view text) noexcept
     // An escape is longer than what it stands for.
     if (inner.size() <= text.size())
     {
-        return inner == text && inner.find('\\') == inner.npos;
+        return inner == text && inner.find('\\') == std::string_view::npos;
     }
     Pieces pieces(spelling);
     for (auto piece = pieces.next(); !piece.empty(); piece = pieces.next())
