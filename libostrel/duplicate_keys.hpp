@@ -34,7 +34,7 @@ class DuplicateKeys
     {
         if (token.kind == TokenKind::key)
         {
-            keys.push_back({fingerprint(token), token.place.start});
+            keys.push_back(read(token));
         }
         else if (token.kind == TokenKind::objectStart)
         {
@@ -51,16 +51,18 @@ class DuplicateKeys
     [[nodiscard]] const std::vector<std::uint32_t>& places() const noexcept;
 
   private:
+    /** Fingerprint and length are the same for the same text. */
     struct Key
     {
-        /** The same for the same text. */
         std::uint32_t fingerprint;
+        /** Of the text. */
+        std::uint32_t length;
         std::uint32_t start;
     };
 
     using Bytes = std::array<char, sizeof(std::uint32_t)>;
 
-    /** Of the first and the last bytes of a key. */
+    /** The fingerprint is made of the first and the last bytes. */
     static std::uint32_t mixed(const Bytes& first, const Bytes& last) noexcept
     {
         constexpr std::uint32_t odd = 0x9E3779B1;
@@ -68,24 +70,22 @@ class DuplicateKeys
                std::bit_cast<std::uint32_t>(last);
     }
 
-    [[nodiscard]] std::uint32_t fingerprint(const Token& key) const noexcept
+    [[nodiscard]] Key read(const Token& key) const noexcept
     {
         Bytes first{};
         Bytes last{};
         const std::string_view spelling = key.place.of(text);
         if (key.hasEscapes || spelling.size() < first.size() + 2)
         {
-            return decodedFingerprint(spelling);
+            return decode(key.place);
         }
         std::copy_n(&spelling.front() + 1, first.size(), first.data());
         std::copy_n(&spelling.back() - last.size(), last.size(), last.data());
-        return mixed(first, last);
+        return {mixed(first, last), key.place.length - 2, key.place.start};
     }
 
-    static std::uint32_t decodedFingerprint(std::string_view spelling) noexcept;
+    [[nodiscard]] Key decode(Span key) const noexcept;
     [[nodiscard]] int compare(const Key& left, const Key& right) const noexcept;
-    [[nodiscard]] bool isBefore(const Key& left,
-                                const Key& right) const noexcept;
     void endObject();
 
     std::string_view text;
