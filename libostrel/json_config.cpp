@@ -7,6 +7,7 @@
 
 #include <memory>
 #include <string_view>
+#include <utility>
 
 using ostrel::Document;
 using ostrel::guarded;

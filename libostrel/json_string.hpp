@@ -20,7 +20,8 @@ struct Spelling
 };
 
 /** Reads the spelling that a JSON text starts with.
- *  @param json  with a NUL behind it, as behind a std::string */
+ *  @param json  starts with a quote; a NUL stands behind it, as behind a
+ *               std::string, or behind the valid text that it is part of */
 [[nodiscard]] Spelling readSpelling(std::string_view json) noexcept;
 
 /** A character in UTF-8. */
@@ -56,7 +57,7 @@ class Pieces
 
 /**
  * Copies the start of what a spelling stands for, as many whole characters as
- * fit, without a NUL.
+ * fit. Adds no NUL.
  * @return how many bytes were copied
  */
 size_t copyText(std::string_view spelling, char* buffer, size_t size) noexcept;

@@ -13,7 +13,7 @@
  * of them. A reader sees the old or the new text, never a mixture, also after
  * a power cut.
  *
- * Every function reports a failure by its result and tells the cause in errno.
+ * Every function reports a failure by its result, and the cause in errno.
  * None of them logs, starts a thread, keeps state between calls or lets a C++
  * exception out. A handle is used by one thread at a time.
  *
@@ -116,8 +116,8 @@ int json_config_get_string(json_config_t* config, const char* section,
  *         was changed through this handle reaches the file. That is for
  *         instance ENOSPC, EROFS or EACCES, and
  *         EBUSY    the file is a mount point itself, which cannot be replaced
- *                  (told by Linux 5.8 and newer; an older one fails the
- *                  release)
+ *                  (reported here by Linux 5.8 and newer; an older one fails
+ *                  the release)
  */
 int json_config_set_string(json_config_t* config, const char* section,
                            const char* key, const char* value);
@@ -132,7 +132,7 @@ int json_config_set_string(json_config_t* config, const char* section,
  *         ENOENT  there is no such section or item
  *         A failure to write ends the handle's changes as with
  *         json_config_set_string(), and running out of memory does so too;
- *         so who looks only at the release misses nothing.
+ *         so a caller that looks only at the release misses nothing.
  */
 int json_config_delete_item(json_config_t* config, const char* section,
                             const char* key);
