@@ -180,6 +180,27 @@ TEST_F(Set, ValueThatOnlyResemblesTheOldOneIsWritten)
     }
 }
 
+TEST_F(Set, ValueThatIsTheSpellingOfTheOldOneIsWritten)
+{
+    support::writeFile(document, R"({"a":{"b":"\u0041"}})");
+    EXPECT_EQ(set("a", "b", R"(\u0041)"), std::pair(0, 0));
+    EXPECT_EQ(get(load(), "a", "b"), R"(\u0041)");
+}
+
+TEST_F(Set, EscapesOnlyWhatMayNotStandInAString)
+{
+    EXPECT_EQ(set("a", "b", "\x01\x1f \"\\\b\f\n\r\t/\x7f\xc3\xa4"),
+              std::pair(0, 0));
+    EXPECT_EQ(support::readFile(document), R"({
+    "a": {
+        "b": "\u0001\u001f \"\\\b\f\n\r\t/)"
+                                           "\x7f\xc3\xa4"
+                                           R"("
+    }
+}
+)");
+}
+
 TEST_F(Set, WhiteSpaceIsThatOfTheStoreEverywhere)
 {
     support::writeFile(document, "{\t\"a\" :{ } ,\r\n\"list\":[ ],\"x\":[ [ ] ,"
@@ -209,7 +230,8 @@ TEST_F(Set, WhiteSpaceIsThatOfTheStoreEverywhere)
 
 TEST_F(Set, OneHandleSeesAndChangesWhatItHasChanged)
 {
-    support::writeFile(document, R"({"x":[1,{"y":"z"}],"a":{"b":"old"}})");
+    support::writeFile(document,
+                       R"({"x":[1,{"y":"z"}],"number":7,"a":{"b":"old"}})");
     Handle config = load();
     for (const auto& [section, key, value] :
          {std::tuple{"a", "b", "a longer value than before"},
@@ -235,6 +257,7 @@ TEST_F(Set, OneHandleSeesAndChangesWhatItHasChanged)
             "y": "z"
         }
     ],
+    "number": 7,
     "a": {
         "new": "1"
     },
@@ -701,6 +724,17 @@ TEST_F(Staging, LoopOfLinksGivesNoHandle)
     create_symlink(document, document);
     errno = 0;
     EXPECT_EQ(load(), nullptr);
+    EXPECT_EQ(errno, ELOOP);
+}
+
+TEST_F(Staging, FileThatBecomesALoopOfLinksFailsTheSet)
+{
+    support::writeFile(document, oldText);
+    const Handle config = load();
+    remove(document);
+    create_symlink(document, document);
+    errno = 0;
+    EXPECT_EQ(json_config_set_string(config.get(), "a", "b", "new"), -1);
     EXPECT_EQ(errno, ELOOP);
 }
 

@@ -60,6 +60,44 @@ TEST_F(Get, CutKeepsCharactersWhole)
     EXPECT_STREQ(read("\xf0\x9f\x98\x80", 4).c_str(), "");
 }
 
+TEST_F(Get, CutCountsWhatEscapesStandFor)
+{
+    EXPECT_STREQ(read(R"(ab\ncd)", 6).c_str(), "ab\ncd");
+    EXPECT_STREQ(read(R"(ab\ncd)", 5).c_str(), "ab\nc");
+    EXPECT_STREQ(read(R"(ab\ncd)", 3).c_str(), "ab");
+    EXPECT_STREQ(read(R"(a\u20acb)", 4).c_str(), "a");
+}
+
+TEST_F(Get, NothingBehindTheCutIsCopied)
+{
+    EXPECT_STREQ(read("\xc3\xa4\\n", 2).c_str(), "");
+    EXPECT_STREQ(read(R"(\u00e4\n)", 2).c_str(), "");
+}
+
+TEST_F(Get, EscapesStandForTheirCharacters)
+{
+    EXPECT_STREQ(read(R"(\"\\\/\b\f\n\r\t)", 16).c_str(), "\"\\/\b\f\n\r\t");
+}
+
+TEST_F(Get, CharactersOfEachLengthAreReadEscapedOrNot)
+{
+    for (const auto& [escape, character] :
+         {std::pair{R"(\u007f)", "\x7f"},
+          {R"(\u0080)", "\xc2\x80"},
+          {R"(\u07ff)", "\xdf\xbf"},
+          {R"(\u0800)", "\xe0\xa0\x80"},
+          {R"(\uD7fF)", "\xed\x9f\xbf"},
+          {R"(\ue000)", "\xee\x80\x80"},
+          {R"(\uffff)", "\xef\xbf\xbf"},
+          {R"(\ud800\udc00)", "\xf0\x90\x80\x80"},
+          {R"(\ud83d\uDE00)", "\xf0\x9f\x98\x80"},
+          {R"(\udbff\udfff)", "\xf4\x8f\xbf\xbf"}})
+    {
+        EXPECT_STREQ(read(escape, 8).c_str(), character);
+        EXPECT_STREQ(read(character, 8).c_str(), character);
+    }
+}
+
 TEST_F(Get, StringWithANulReadsUpToIt)
 {
     EXPECT_STREQ(read("ab\\u0000cd", 16).c_str(), "ab");

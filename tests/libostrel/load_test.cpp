@@ -1,8 +1,30 @@
 #include "store_test.hpp"
 
 #include <sys/socket.h>
+#include <sys/syscall.h>
 #include <sys/un.h>
 #include <unistd.h>
+
+#include <functional>
+#include <utility>
+
+namespace
+{
+
+/** What happens before the next read, once. */
+std::function<void()> beforeRead;
+
+} // namespace
+
+/** In place of that of the C library, for the store too. */
+extern "C" ssize_t read(int file, void* buffer, size_t size)
+{
+    if (beforeRead)
+    {
+        std::exchange(beforeRead, nullptr)();
+    }
+    return ::syscall(SYS_read, file, buffer, size);
+}
 
 namespace
 {
@@ -160,6 +182,7 @@ INSTANTIATE_TEST_SUITE_P(
     Strings, UnusableContent,
     testing::Values(R"({"a":")", R"({"a":"x)", R"({"a":"\)", R"({"a":"\")",
                     R"({"a":"\x41"})", R"({"a":"\'"})", R"({"a":"\0"})",
+                    R"({"a":"\x0041"})", R"({"a":"\ud83d\xde00"})",
                     R"({"a":"\U0041"})", R"({"a":"\u"})", R"({"a":"\u004"})",
                     R"({"a":"\u00g1"})", R"({"a":"\u 041"})",
                     R"({"a":"\u-041"})", R"({"a":"\u+041"})",
@@ -167,7 +190,27 @@ INSTANTIATE_TEST_SUITE_P(
                     R"({"a":"\ud83d\n"})", R"({"a":"\ud83d\u0041"})",
                     R"({"a":"\ud83d\ue000"})", R"({"a":"\ude00"})",
                     R"({"a":"\ude00\ud83d"})", R"({"\ud83d":1})",
-                    "{\"a\":\"\t\"}", "{\"a\":\"\x1f\"}", "{\"a\n\":1}"));
+                    R"({"a":"\ud83d\ud83d"})", R"({"a":"\ude00\ude00"})",
+                    R"({"a":"\ud800"})", R"({"a":"\ud800\udbff"})",
+                    R"({"a":"\udc00"})", R"({"a":"\udfff"})", "{\"a\":\"\t\"}",
+                    "{\"a\":\"\x1f\"}", "{\"a\n\":1}"));
+
+INSTANTIATE_TEST_SUITE_P(
+    Utf8, UnusableContent,
+    testing::Values(
+        // Continuations alone and missing.
+        "{\"a\":\"\x80\"}", "{\"a\":\"\xbf\"}", "{\"a\":\"\xc3\"}",
+        "{\"a\":\"\xe2\x82\"}", "{\"a\":\"\xf0\x9f\x98\"}",
+        "{\"a\":\"\xc3\xc3\"}", "{\"a\":\"\xe2\x82\xc3\"}", "{\"a\":\"\xc3",
+        "{\"a\":\"\xf0\x9f\x98",
+        // More bytes than the character needs.
+        "{\"a\":\"\xc0\x80\"}", "{\"a\":\"\xc1\xbf\"}",
+        "{\"a\":\"\xe0\x80\x80\"}", "{\"a\":\"\xe0\x9f\xbf\"}",
+        "{\"a\":\"\xf0\x80\x80\x80\"}", "{\"a\":\"\xf0\x8f\xbf\xbf\"}",
+        // Surrogates, and beyond the last character.
+        "{\"a\":\"\xed\xa0\x80\"}", "{\"a\":\"\xed\xbf\xbf\"}",
+        "{\"a\":\"\xf4\x90\x80\x80\"}", "{\"a\":\"\xf7\xbf\xbf\xbf\"}",
+        "{\"a\":\"\xf8\x88\x80\x80\x80\"}", "{\"a\":\"\xff\"}"));
 
 INSTANTIATE_TEST_SUITE_P(
     DuplicateKeys, UnusableContent,
@@ -261,6 +304,15 @@ TEST_F(Load, SocketInPlaceOfTheFile)
     EXPECT_EQ(load(), nullptr);
     EXPECT_EQ(errno, ENXIO);
     ::close(bound);
+}
+
+TEST_F(Load, FileThatIsCutMeanwhileIsReadUpToItsEnd)
+{
+    const std::string content = R"({"a":{"b":"text"}})";
+    support::writeFile(document, content + "\n\n\n");
+    beforeRead = [&] { resize_file(document, content.size()); };
+    EXPECT_EQ(get(load(), "a", "b"), "text");
+    EXPECT_FALSE(beforeRead);
 }
 
 TEST_F(Load, DocumentLargerThanOnePageIsReadWhole)

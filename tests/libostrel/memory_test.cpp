@@ -75,6 +75,16 @@ TEST_F(Memory, ThatIsMissingGivesNoHandle)
     EXPECT_NE(load(), nullptr);
 }
 
+TEST_F(Memory, IsAllThatTheLargestFileMayLack)
+{
+    support::writeFile(document, "{}");
+    std::filesystem::resize_file(document, (1ULL << 32U) - 1);
+    const Shortage shortage;
+    errno = 0;
+    EXPECT_EQ(json_config_load(document.c_str(), lock.c_str(), 0), nullptr);
+    EXPECT_EQ(errno, ENOMEM);
+}
+
 TEST_F(Memory, ThatIsMissingFailsTheSetAlone)
 {
     support::writeFile(document, text);

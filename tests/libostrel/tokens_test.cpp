@@ -1,4 +1,5 @@
 #include "../../libostrel/duplicate_keys.hpp"
+#include "../../libostrel/json_string.hpp"
 #include "../../libostrel/json_tokens.hpp"
 
 #include <gtest/gtest.h>
@@ -10,6 +11,7 @@
 namespace
 {
 
+using ostrel::compareTexts;
 using ostrel::DuplicateKeys;
 using ostrel::Token;
 using ostrel::TokenKind;
@@ -71,12 +73,25 @@ TEST(Tokens, EndAtAMistakeWhereItStarts)
     EXPECT_EQ(tokensOf("\xef\xbb\xbf{}"), "!0");
     EXPECT_EQ(tokensOf(R"({"a":1,})"), R"({ "a" 1 !7)");
     EXPECT_EQ(tokensOf(R"({"a" 1})"), R"({ !5)");
+    EXPECT_EQ(tokensOf(R"({"a",1})"), R"({ !4)");
     EXPECT_EQ(tokensOf(R"({"a":1 "b":2})"), R"({ "a" 1 !7)");
     EXPECT_EQ(tokensOf(R"({"a":  "x\q"})"), R"({ "a" !7)");
     EXPECT_EQ(tokensOf(R"({"a":[1,  02]})"), R"({ "a" [ 1 0 !11)");
     EXPECT_EQ(tokensOf(R"({"a":1]})"), R"({ "a" 1 !6)");
+    EXPECT_EQ(tokensOf("[1/2]"), "[ 1 !2");
     EXPECT_EQ(tokensOf("{} {}"), "{ } !3");
     EXPECT_EQ(tokensOf(std::string("{}\0", 3)), "{ } !2");
+}
+
+TEST(Tokens, EndWhereMoreIsExpected)
+{
+    EXPECT_EQ(tokensOf("{"), "{ !1");
+    EXPECT_EQ(tokensOf("[1"), "[ 1 !2");
+    EXPECT_EQ(tokensOf("[1,"), "[ 1 !3");
+    EXPECT_EQ(tokensOf(R"({"a":)"), R"({ "a" !5)");
+    EXPECT_EQ(tokensOf(R"(["x)"), "[ !1");
+    EXPECT_EQ(tokensOf("[-"), "[ !1");
+    EXPECT_EQ(tokensOf("[tru"), "[ !1");
 }
 
 TEST(Tokens, StayAtTheMistake)
@@ -96,11 +111,12 @@ std::vector<std::uint32_t> duplicatesOf(const std::string& json)
 {
     Tokens tokens(json);
     DuplicateKeys duplicates(json, 0);
-    for (Token token = tokens.next(); token.kind != TokenKind::end;
-         token = tokens.next())
+    Token token = tokens.next();
+    for (; token.place.length != 0; token = tokens.next())
     {
         duplicates.take(token);
     }
+    EXPECT_EQ(token.kind, TokenKind::end) << json;
     return duplicates.places();
 }
 
@@ -116,10 +132,52 @@ TEST(DuplicateKeys, AreAllKeysButTheFirstOfEachText)
               (std::vector<std::uint32_t>{12, 25}));
 }
 
+TEST(DuplicateKeys, AreFoundInTheirOrderHoweverMany)
+{
+    std::string json = "{";
+    std::vector<std::uint32_t> places;
+    for (size_t i = 0; i < 100; ++i)
+    {
+        places.push_back(static_cast<std::uint32_t>(json.size()));
+        json += R"("name":1,)";
+    }
+    places.erase(places.begin());
+    EXPECT_EQ(duplicatesOf(json + R"("last":1})"), places);
+}
+
+TEST(DuplicateKeys, AreFoundByTextsOfEveryLength)
+{
+    for (const std::string rest : {"", "b", "bc", "bcd", "bcde", "bcdef"})
+    {
+        EXPECT_EQ(
+            duplicatesOf(R"({"\u0061)" + rest + R"(":1,"a)" + rest + R"(":1})"),
+            (std::vector{static_cast<std::uint32_t>(12 + rest.size())}));
+    }
+}
+
+TEST(DuplicateKeys, AreNoKeysThatEndAlike)
+{
+    EXPECT_EQ(duplicatesOf(R"({"\u0000aaa":1,"aaa":1,"aaaa":1,"aaaaa":1})"),
+              (std::vector<std::uint32_t>{}));
+    EXPECT_EQ(duplicatesOf(R"({"a_tail":1,"b_tail":1,"\u0063_tail":1})"),
+              (std::vector<std::uint32_t>{}));
+}
+
 TEST(DuplicateKeys, AreNoKeysThatAreTheSameUpToANul)
 {
     EXPECT_EQ(duplicatesOf(R"({"a\u0000b":1,"a\u0000":1,"a":1,"a\u0000c":1})"),
               (std::vector<std::uint32_t>{}));
+}
+
+TEST(Spellings, AreOrderedByTheirTexts)
+{
+    const auto* const a = R"("a")";
+    EXPECT_EQ(compareTexts(R"("\u0061\n")", R"("a\u000a")"), 0);
+    EXPECT_LT(compareTexts(a, R"("\u0061b")"), 0);
+    EXPECT_GT(compareTexts(R"("\u0061b")", a), 0);
+    EXPECT_LT(compareTexts(a, R"("\u0062")"), 0);
+    EXPECT_LT(compareTexts(R"("a\u0000b")", R"("a\u0000c")"), 0);
+    EXPECT_LT(compareTexts(R"("")", a), 0);
 }
 
 } // namespace
