@@ -40,14 +40,11 @@ DuplicateKeys::Key DuplicateKeys::decode(Span key) const noexcept
     return {mixed(first, last), length, key.start};
 }
 
-/** Compares texts of the same length only: a long key that was read for each
- *  short one would cost the square of the text. */
+/** Compares keys of the same fingerprint, and their texts only where they have
+ *  the same length: a long key that was read for each short one would cost the
+ *  square of the text. */
 int DuplicateKeys::compare(const Key& left, const Key& right) const noexcept
 {
-    if (left.fingerprint != right.fingerprint)
-    {
-        return left.fingerprint < right.fingerprint ? -1 : 1;
-    }
     if (left.length != right.length)
     {
         return left.length < right.length ? -1 : 1;
@@ -60,17 +57,24 @@ int DuplicateKeys::compare(const Key& left, const Key& right) const noexcept
     return compareTexts(spelling(left), spelling(right));
 }
 
+bool DuplicateKeys::isBefore(const Key& left, const Key& right) const noexcept
+{
+    const int order = compare(left, right);
+    return order < 0 || (order == 0 && left.start < right.start);
+}
+
 void DuplicateKeys::endObject()
 {
-    const auto first =
-        keys.begin() + static_cast<std::ptrdiff_t>(around.back());
+    const auto first = keys.begin() + around.back();
     const auto end = keys.end();
     std::sort(first, end, [this](const Key& left, const Key& right) {
-        const int order = compare(left, right);
-        return order < 0 || (order == 0 && left.start < right.start);
+        return left.fingerprint != right.fingerprint
+                   ? left.fingerprint < right.fingerprint
+                   : isBefore(left, right);
     });
     const auto same = [this](const Key& left, const Key& right) {
-        return compare(left, right) == 0;
+        return left.fingerprint == right.fingerprint &&
+               compare(left, right) == 0;
     };
     for (auto found = std::adjacent_find(first, end, same); found != end;
          found = std::adjacent_find(found + 1, end, same))

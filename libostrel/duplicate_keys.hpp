@@ -38,7 +38,7 @@ class DuplicateKeys
         }
         else if (token.kind == TokenKind::objectStart)
         {
-            around.push_back(keys.size());
+            around.push_back(static_cast<std::uint32_t>(keys.size()));
         }
         else if (token.kind == TokenKind::objectEnd)
         {
@@ -86,13 +86,15 @@ class DuplicateKeys
 
     [[nodiscard]] Key decode(Span key) const noexcept;
     [[nodiscard]] int compare(const Key& left, const Key& right) const noexcept;
+    [[nodiscard]] bool isBefore(const Key& left,
+                                const Key& right) const noexcept;
     void endObject();
 
     std::string_view text;
     /** Of the objects that are open, from the outermost on. */
     std::vector<Key> keys;
     /** The number of keys around each of these objects. */
-    std::vector<size_t> around;
+    std::vector<std::uint32_t> around;
     std::vector<std::uint32_t> duplicates;
 };
 

@@ -65,12 +65,12 @@ Tokens::Tokens(std::string_view json) noexcept :
 
 inline void Tokens::skipBlanks() noexcept
 {
-    const char* next = at;
-    while (isBlank(*next))
+    const char* blank = at;
+    while (isBlank(*blank))
     {
-        ++next;
+        ++blank;
     }
-    at = next;
+    at = blank;
 }
 
 inline Token Tokens::key() noexcept

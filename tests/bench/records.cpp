@@ -59,8 +59,8 @@ std::vector<std::string> keys(size_t count, bool colliding)
     std::vector<std::string> all;
     for (size_t i = least; i < least + count; ++i)
     {
-        all.push_back(colliding ? std::to_string(i) + "_count"
-                                : "count_" + std::to_string(i));
+        all.push_back(colliding ? "count_" + std::to_string(i) + "_count"
+                                : "count_count_" + std::to_string(i));
     }
     return all;
 }

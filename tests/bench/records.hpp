@@ -22,6 +22,6 @@ std::vector<Record> records(size_t times);
 /** The document that libostrel makes of records, sorted by section. */
 std::string document(const std::vector<Record>& records);
 
-/** So many different keys of one length. Colliding ones end in the same bytes,
- *  by which libostrel sorts them first. */
+/** So many different keys of one length. Colliding ones start and end in the
+ *  same bytes, by which libostrel sorts them first. */
 std::vector<std::string> keys(size_t count, bool colliding);

@@ -65,21 +65,21 @@ std::string manyItems()
     return text + R"(,"last":"end"}})";
 }
 
-/** 100,000 short keys and a long one in their middle, all with the same end: a
- *  reader that looks through the long one for each of the others would not be
- *  done within the time-out of the test. */
-std::string keysThatEndAlike()
+/** 100,000 short keys and a long one in their middle, all with the same start
+ *  and end: a reader that looks through the long one for each of the others
+ * would not be done within the time-out of the test. */
+std::string keysThatLookAlike()
 {
-    std::string text = R"({"100000tail":1)";
+    std::string text = R"({"head100000tail":1)";
     for (size_t i = 100'001; i < 200'000; ++i)
     {
-        text += R"(,")" + std::to_string(i) + R"(tail":1)";
+        text += R"(,"head)" + std::to_string(i) + R"(tail":1)";
         if (i == 150'000)
         {
-            text += R"(,"150000)" + std::string(large, 'x') + R"(tail":1)";
+            text += R"(,"head150000)" + std::string(large, 'x') + R"(tail":1)";
         }
     }
-    return text + R"(,"199999tail":1})";
+    return text + R"(,"head199999tail":1})";
 }
 
 struct Document
@@ -217,7 +217,7 @@ INSTANTIATE_TEST_SUITE_P(
                                  text.pop_back();
                                  return text;
                              }},
-                    Document{"KeysThatEndAlike", keysThatEndAlike}),
+                    Document{"KeysThatLookAlike", keysThatLookAlike}),
     nameOf);
 
 /** The part of a text behind the first occurrence of another. */
