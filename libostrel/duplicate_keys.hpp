@@ -62,7 +62,7 @@ class DuplicateKeys
 
     using Bytes = std::array<char, sizeof(std::uint32_t)>;
 
-    /** The fingerprint is made of the first and the last bytes. */
+    /** A fingerprint of the first and the last bytes of a key. */
     static std::uint32_t mixed(const Bytes& first, const Bytes& last) noexcept
     {
         constexpr std::uint32_t odd = 0x9E3779B1;

@@ -39,7 +39,6 @@ void requireChangeable(const json_config& config)
 /** Writes a changed document beside the file, and takes it over. */
 void stage(json_config& config, Document&& changed)
 {
-    config.staged.reset();
     config.staged.emplace(config.path, changed.text());
     config.document = std::move(changed);
 }

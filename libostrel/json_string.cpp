@@ -82,7 +82,7 @@ Character toUtf8(char32_t character)
         character >>= 6U;
     }
     // A lead byte starts with as many ones as the character has bytes.
-    const char32_t lead = length == 1 ? 0 : 0xF00U >> length & 0xFFU;
+    const char32_t lead = length == 1 ? 0 : 0xF00U >> length;
     utf8.bytes[0] = static_cast<char>(lead | character);
     return utf8;
 }
@@ -226,8 +226,7 @@ std::string_view Pieces::next() noexcept
         escaped = next.character;
         return {escaped.bytes.data(), escaped.length};
     }
-    const std::string_view piece(rest.data(),
-                                 std::min(rest.find('\\'), rest.size()));
+    const std::string_view piece = rest.substr(0, rest.find('\\'));
     rest.remove_prefix(piece.size());
     return piece;
 }
@@ -283,7 +282,7 @@ size_t copyText(std::string_view spelling, char* buffer, size_t size) noexcept
     {
         size_t length = std::min(piece.size(), size - copied);
         fits = length == piece.size();
-        while (!fits && length > 0 && isContinuation(piece[length]))
+        while (!fits && isContinuation(piece[length]))
         {
             --length;
         }

@@ -67,19 +67,19 @@ std::string manyItems()
 
 /** 100,000 short keys and a long one in their middle, all with the same start
  *  and end: a reader that looks through the long one for each of the others
- * would not be done within the time-out of the test. */
+ *  would not be done within the time-out of the test. */
 std::string keysThatLookAlike()
 {
-    std::string text = R"({"head100000tail":1)";
+    std::string text = R"({"same100000tail":1)";
     for (size_t i = 100'001; i < 200'000; ++i)
     {
-        text += R"(,"head)" + std::to_string(i) + R"(tail":1)";
+        text += R"(,"same)" + std::to_string(i) + R"(tail":1)";
         if (i == 150'000)
         {
-            text += R"(,"head150000)" + std::string(large, 'x') + R"(tail":1)";
+            text += R"(,"same150000)" + std::string(large, 'x') + R"(tail":1)";
         }
     }
-    return text + R"(,"head199999tail":1})";
+    return text + R"(,"same199999tail":1})";
 }
 
 struct Document

@@ -369,8 +369,8 @@ TEST_F(SystemCalls, TemporaryIsItsWritersAloneUntilItHasModeAndOwner)
         }
     }
     EXPECT_EQ(order,
-              (std::vector<std::string>{"remove", "open 0600", "chown", "chmod",
-                                        "write", "fsync", "close", "rename"}))
+              (std::vector<std::string>{"open 0600", "chown", "chmod", "write",
+                                        "fsync", "close", "rename"}))
         << inLines(lines);
 }
 
