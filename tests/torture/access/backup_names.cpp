@@ -49,7 +49,8 @@ std::string configuration(const std::string& name)
         quoted += each == '\n' ? std::string("\\n") : std::string(1, each);
     }
     return "{\"" + quoted +
-           R"(": {"updateable": "yes", "image_backup_path": "/run/backup/area"}})";
+           R"(": {"updateable": "yes", )"
+           R"("image_backup_path": "/run/backup/area"}})";
 }
 
 void backUpAs(const Row& row, Report& report)
