@@ -17,6 +17,7 @@
 #endif
 
 #include <libfenmarch/platform.hpp>
+#include <libfenmarch/version.hpp>
 #include <sdbusplus/bus.hpp>
 #include <xyz/openbmc_project/Software/Activation/common.hpp>
 #include <xyz/openbmc_project/Software/Version/common.hpp>
