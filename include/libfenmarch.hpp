@@ -403,7 +403,7 @@ class FENMARCH_ON_PLATFORM FwManager
      * Returns the elements of the item "apply_time_options". Calls
      * loadConfigContent() first.
      *
-     * @return "OnStartUpdateRequest" alone without the item; an empty list
+     * @return only "OnStartUpdateRequest" without the item; an empty list
      *         without a record, or until the file was read
      */
     std::vector<std::string> getApplyTimeOptions();
@@ -573,7 +573,7 @@ class FENMARCH_ON_PLATFORM FwManager
      *
      * @param activation  as for saveVersionCount()
      * @param sequence    counts from 0. Any number is accepted, but
-     *                    deleteVersion() cannot delete the entry 65535 alone.
+     *                    deleteVersion() cannot delete only the entry 65535.
      * @param version     the version
      * @return as saveVersionStringFromInfo()
      */
