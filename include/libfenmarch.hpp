@@ -1,14 +1,37 @@
 /**
- * What the firmware-update services of a BMC have in common: one FwManager per
- * firmware.
+ * @file
+ * What the firmware-update services of a BMC share: an FwManager for each
+ * firmware, the names of purposes and activation states, and release files.
  *
- * Nothing here starts a thread, a timer or a main loop: every call runs on the
- * caller's thread and returns when its work is done. The files and bus objects
- * are fixed, see each group of functions. There is no lock between threads: a
- * manager is used by one thread at a time.
+ * Every call runs on the caller's thread and returns when its work is done. The
+ * library starts no thread, timer or main loop. It has no lock between threads:
+ * a manager is used by one thread at a time. Everything that a function returns
+ * belongs to the caller.
  *
- * Where nothing else is said, a function may throw std::bad_alloc and
- * std::length_error.
+ * Every function may throw std::bad_alloc and std::length_error. The comment of
+ * a function names the other exceptions.
+ *
+ * Log records go to the journal. Failures have the level error; what is about
+ * to be saved, deleted or verified has the level info. A function logs only
+ * what its comment says: the message, with the names of its fields in braces.
+ * A function that logs waits for the journal without limit, and does nothing
+ * else meanwhile.
+ *
+ * The functions for release files, the functions that read or write a backup,
+ * and each call of the bundled JSON store hold pthread_cancel() off: a
+ * cancelled thread ends after them.
+ *
+ * @par Names
+ * All names are case-sensitive.
+ * - Purposes: Unknown, Other, System, BMC, Host, PSU.
+ * - Activation states: NotReady, Invalid, Ready, Activating, Active, Failed,
+ *   Staged, Staging.
+ * - Software objects, usually: bmc_active, bios_active, bios_staged. The
+ *   library gives a meaning to the last two only, see
+ *   FwManager::setBmcVersion() and FwManager::deleteVersion().
+ *
+ * The first purpose and the first state have the value 0. The
+ * phosphor-dbus-interfaces package of a platform may append others.
  */
 #pragma once
 
@@ -17,6 +40,7 @@
 #endif
 
 #include <libfenmarch/platform.hpp>
+#include <libfenmarch/version.hpp>
 #include <sdbusplus/bus.hpp>
 #include <xyz/openbmc_project/Software/Activation/common.hpp>
 #include <xyz/openbmc_project/Software/Version/common.hpp>
@@ -28,111 +52,148 @@
 
 #pragma GCC visibility push(default)
 
+/** The namespace of all public functions and types. */
 namespace phosphor::software::updater
 {
 
-/** Which firmware is meant: BMC, Host, ... */
+/** Which firmware is meant. The comment of the file lists the enumerators. */
 using VersionPurpose =
     sdbusplus::common::xyz::openbmc_project::software::Version::VersionPurpose;
 
-/** The states of a software image: Ready, Active, Staged, ... */
+/** The state of a software image. The comment of the file lists the
+ *  enumerators. */
 using Activations =
     sdbusplus::common::xyz::openbmc_project::software::Activation::Activations;
 
 /**
- * The text after the last "." of an enumerator's full name.
+ * Returns the short name in the full name of an enumerator: the text after the
+ * last ".".
  *
- * @return "" when the text has no "." or ends in one
+ * @param text  for instance
+ *              "xyz.openbmc_project.Software.Version.VersionPurpose.BMC"
+ * @return for instance "BMC"; "" when the text has no "." or ends in one
  */
 std::string getNameFromEnumString(std::string text);
 
 /**
- * The short name of a purpose, such as "BMC".
+ * Returns the short name of a purpose.
  *
- * @return "" when something else than the value is in the way, which is logged
- *         as "Failed get name from version purpose {PURPOSE}!"
- * @throws what the bindings throw (std::invalid_argument) for a value that is
- *         no enumerator; nothing is logged then
+ * @param value  an enumerator
+ * @return for instance "BMC"; "" when the conversion of an enumerator fails,
+ *         which only a lack of memory can cause and which is logged as
+ *         "Failed get name from version purpose {PURPOSE}!"
+ * @throws std::invalid_argument for a value that is no enumerator; nothing is
+ *         logged
  */
 std::string getNameFromVersionPurpose(VersionPurpose value);
 
-/** The short name of an activation state, such as "Staged"; otherwise as
- *  getNameFromVersionPurpose(), with
- *  "Failed get name from activation {ACTIVATION}!". */
+/**
+ * Returns the short name of an activation state.
+ *
+ * @param value  an enumerator
+ * @return for instance "Staged"; "" when the conversion of an enumerator fails,
+ *         which only a lack of memory can cause and which is logged as
+ *         "Failed get name from activation {ACTIVATION}!"
+ * @throws std::invalid_argument for a value that is no enumerator; nothing is
+ *         logged
+ */
 std::string getNameFromActivations(Activations value);
 
 /**
- * The purpose with this short name, spelled as the enumerator, case included.
+ * Returns the purpose with a short name.
  *
- * @return VersionPurpose::Unknown for any other name, which is logged as
+ * @param name  for instance "BMC"
+ * @return the enumerator; VersionPurpose::Unknown for any other name, or when
+ *         memory runs out, which is logged as
  *         "Failed get version purpose from name {NAME}!"
  */
 VersionPurpose getVersionPurposeFromName(std::string name);
 
 /**
- * The activation state with this short name, spelled as the enumerator.
+ * Returns the activation state with a short name.
  *
- * @return the enumerator of value 0 for any other name, which is logged as
+ * @param name  for instance "Staged"
+ * @return the enumerator; the one of value 0 for any other name, or when memory
+ *         runs out, which is logged as
  *         "Failed get activation from name {NAME}!"
  */
 Activations getActivationsFromName(std::string name);
 
 /**
- * Splits a text at every ",". Nothing is trimmed and empty elements are kept,
- * so an empty text gives one empty element. A NUL ends its element.
+ * Splits a text at every ",". Blanks and empty elements are kept. A NUL ends
+ * its element.
+ *
+ * @param text  for instance "a,b"
+ * @return the elements in their order; one empty element for an empty text
  */
 std::vector<std::string> processDotString(std::string text);
 
-/*
- * The release file functions and the backup hold pthread_cancel() off for the
- * length of each operation, and so does the bundled JSON store: a thread that
- * is cancelled ends after the operation.
- */
-
 /**
- * Reads a release file: lines of a key, "=" and a value in double quotes. Of
- * each line the text before the first "=" is the key; of the rest, the first
- * and the last character are dropped as the quotes, whatever they are. A line
- * without "=" is its own key, and itself less its first and last character is
- * the value.
+ * Reads a release file, whose lines have the form `KEY="value"`.
  *
- * Of a FIFO, waits for its writers until the last of them closes it; one that
- * nobody has open for writing is an empty file.
+ * The key of a line is the text before the first "=". The value is the text
+ * after it, without its first and its last character: these are dropped as the
+ * quotes, whatever they are. A line without "=" is its own key, and its value
+ * is the line without its first and its last character.
  *
- * @param entries  receives the lines; of equal keys the last one counts, and
- *                 what the map held under other keys stays
- * @return 0, or -1 when the file cannot be opened, which is told on standard
- *         output as "Open file %s failed.", without a line end
- * @throws std::out_of_range for a line that is empty or ends at its first
- *         "="; the lines before it are in the map
+ * A file that cannot be read to its end counts as one that ends there. A
+ * directory counts as an empty file. Nothing is locked. A FIFO is read until
+ * its last writer closes it, without limit; it is an empty file while nobody
+ * has it open for writing.
+ *
+ * @param path     the file
+ * @param entries  receives a value for each key. A later line replaces an
+ *                 earlier one and what the map held under its key; all other
+ *                 entries of the map are kept.
+ * @return 0; -1 when the file cannot be opened, which is printed to standard
+ *         output as "Open file %s failed." with the path and without a line
+ *         end. The map is unchanged then.
+ * @throws std::out_of_range for a line that is empty or ends at its first "=".
+ *         The lines before it are in the map then.
  */
 int bmcReleaseFileRead(const std::string& path,
                        std::map<std::string, std::string>& entries);
 
 /**
- * Writes a release file with these entries, in the order of the map and
- * nothing else, in place: the file is truncated first. Keys and values are
- * written as they are, so a line break in one is a line break in the file.
- * Waits until it is on the disk; a new file has the mode that the process gives
- * by default. What fails after the opening, as on a full disk, is not reported
- * and leaves the file short. Waits for the readers of a FIFO; one that nobody
- * has open for reading cannot be opened, and one whose readers go away takes
- * no more (SIGPIPE is held off).
+ * Writes a release file that has these entries and nothing else, in the order
+ * of the map. Keys and values are written as they are: a line break in one of
+ * them is a line break in the file.
  *
- * @return 0, or -1 when the file cannot be opened, told as by
- *         bmcReleaseFileRead()
+ * The file is truncated and written in place. It is created with the default
+ * mode of the process (0666 less the umask); its directory has to exist.
+ * Nothing is locked. Waits until the file and its name are on the disk.
+ *
+ * A failure after the opening, as on a full disk, is not reported and leaves
+ * the file short. A power cut meanwhile leaves it short, too.
+ *
+ * A FIFO cannot be opened while nobody has it open for reading. One whose
+ * readers are slow is waited for without limit; one whose readers close it
+ * gets no more (SIGPIPE is held off).
+ *
+ * @param path     the file
+ * @param entries  the lines to write
+ * @return 0; -1 when the file cannot be opened, which is printed as
+ *         bmcReleaseFileRead() does. The file is unchanged then.
  */
 int bmcReleaseFileWrite(const std::string& path,
                         const std::map<std::string, std::string>& entries);
 
 /**
- * Sets one key of a release file, by reading and writing the whole file, which
- * is created where it is missing (which is told on standard output, as by
- * bmcReleaseFileRead()). The lines end up sorted by key. A key that
- * has this value already writes nothing. Nothing is locked.
+ * Sets one key of a release file. Reads the file with bmcReleaseFileRead() and,
+ * unless the key already has the value, writes all of it with
+ * bmcReleaseFileWrite(). The lines are sorted by key then, and of duplicate
+ * keys the last one is left.
  *
- * @return 0, also when the file could not be read or written
- * @throws std::out_of_range as bmcReleaseFileRead(); the file stands then
+ * A file that cannot be opened for reading counts as empty. So a missing file
+ * is created, and one that can only be written loses its other lines. Nothing
+ * is locked between the reading and the writing.
+ *
+ * @param path   the file
+ * @param key    the key to set
+ * @param value  its new value
+ * @return always 0. A file that cannot be opened is printed as
+ *         bmcReleaseFileRead() does, a missing one too.
+ * @throws std::out_of_range as bmcReleaseFileRead(); the file is unchanged
  */
 int bmcReleaseFileItemSet(const std::string& path, const std::string& key,
                           const std::string& value);
@@ -141,445 +202,753 @@ int bmcReleaseFileItemSet(const std::string& path, const std::string& key,
  * One firmware: its name, its record in the configuration file, its records in
  * the state file, the backup of its image, and its objects on the system bus.
  *
- * Files:
- *   /etc/default/firmware/config.json     read, without a lock
- *   /usr/share/firmware/version.json      read and replaced in one step, under
- *   /run/lock/firmware/version.lock       which is locked for each operation
- *   <image_backup_path>/<name>/           the backup, without a lock
- *   /etc/bios-release                     written in place, without a lock
+ * @par Files
+ * - The configuration file, `/etc/default/firmware/config.json`: read, without
+ *   a lock.
+ * - The state file, `/usr/share/firmware/version.json`: read and replaced in
+ *   one step, under the lock file.
+ * - The lock file, `/run/lock/firmware/version.lock`: created when it is
+ *   missing, locked (flock(2), exclusive) for each record, never removed.
+ * - The backup directory, `<image_backup_path>/<name>/`: read and written,
+ *   without a lock. It has two slots, the directories `verifying` and
+ *   `verified`. Each holds an image, `firmware.tar`, and its `version`.
+ * - The release file, `/etc/bios-release`: read and written in place, without
+ *   a lock.
  *
- * Every constructor takes a reference to the calling thread's default bus
- * connection (sd_bus_default(), the system bus for a system service) and, if it
- * is new, waits until the bus has accepted it, for up to 90 seconds. A failure
- * to reach the bus is not reported there. Without a bus, with one that hangs up
- * or never answers, with a connection that is closed, and in a child of the
- * process that opened the connection, the manager has no connection as long as
- * it lives: its bus operations throw sdbusplus::exception::SdBusError
- * (ENOTCONN). Files are not affected.
+ * @par Making a manager
+ * Every constructor takes a reference to the default bus connection of the
+ * calling thread (sd_bus_default(), the system bus for a system service). If
+ * the connection is new, the constructor waits until the bus has accepted it,
+ * for up to 90 seconds. It reports no failure to reach the bus.
+ * The manager has no connection, as long as it lives,
+ * - without a bus, or with one that hangs up or never answers,
+ * - when the connection of the thread is closed,
+ * - in a child of the process that opened the connection.
  *
- * All managers of a thread share that one connection, and destroying any of
- * them flushes and closes it. The bus operations of the others return their
- * failure result from then on. Managers made later get no connection, until
- * everybody in the thread has released the closed one: the other managers, and
- * the service, if it holds it. So a thread keeps its managers together, or
- * gives each a thread of its own.
+ * The bus operations of such a manager throw sdbusplus::exception::SdBusError
+ * (ENOTCONN). Its files are not affected.
  *
- * It is the connection of the service itself, too, if that uses
- * sd_bus_default(): its names and objects on the bus go with any manager, even
- * a temporary one or one whose constructor throws. Its event loop goes on and
- * hears nothing more, also with sd_bus_set_exit_on_disconnect(). So make the
- * managers first and keep them, or give the service a connection of its own
- * (sd_bus_open()).
+ * @par Sharing the connection
+ * All managers of a thread share the one connection. Destroying any of them
+ * flushes and closes it, also a temporary one or one whose constructor throws.
+ * Then
+ * - the bus operations of the other managers return their failure result;
+ * - a new manager gets no connection, until everybody in the thread has
+ *   released the closed one: the other managers, and the service if it holds
+ *   it;
+ * - a service that uses sd_bus_default() itself loses its names and objects on
+ *   the bus. Its event loop goes on and receives nothing more, also with
+ *   sd_bus_set_exit_on_disconnect().
  *
- * The connection is closed for good, too, when the bus ends or restarts, and
- * when a message is longer than the bus admits (32 MiB on a system bus). A
- * caller who wants to go on destroys all managers of the thread, releases the
- * connection wherever else it is held, and makes new managers.
+ * So make the managers first and keep them all, or give each a thread of its
+ * own. Or give the service a connection of its own (sd_bus_open()).
  *
- * Destroy a manager before the thread that made it ends: the connection points
- * into the memory of that thread, and the process crashes. In a child process,
- * after fork() or daemon(), the bus operations of the parent's managers fail,
- * and so do those of new ones beside them: fork before the first one is made.
+ * The connection is also closed when the bus ends or restarts, and by a
+ * message that is longer than the bus admits (32 MiB on a system bus). To go
+ * on, destroy all managers of the thread, release the connection wherever else
+ * it is held, and make new managers.
  *
- * A bus operation
- * - waits up to 25 seconds for its service (SYSTEMD_BUS_TIMEOUT). A bus that
- *   lets its clients connect and says nothing holds a constructor up for 90
- *   seconds instead: start the service after dbus.service.
- * - may fail with EINTR when a signal handler runs during the call, with
- *   SA_RESTART too, although the service does what was asked (libsystemd 252
- *   does so, 257 does not). Block signals and take them from a signalfd or an
- *   event loop.
- * - does not reach a service in the same thread: one that owns the name on the
- *   default connection itself makes it fail with ELOOP, and one on another
- *   connection lets it wait in vain.
+ * Destroy a manager before the thread that made it ends. The connection points
+ * into the memory of that thread, and the process can crash. In a child
+ * process, after fork() or daemon(), the bus operations of the parent's
+ * managers fail, and so do those of new managers beside them. So fork before
+ * the first manager is made.
  *
- * Operations that log wait for the journal without limit. Saves do so before
- * they act: where the journal has stopped, nothing is saved.
+ * @par Bus operations
+ * Unless stated otherwise, a bus operation makes one call and waits for its
+ * reply.
+ * - It waits up to 25 seconds (SYSTEMD_BUS_TIMEOUT). A bus that lets its
+ *   clients connect and never answers delays a constructor for 90 seconds:
+ *   start the service after dbus.service.
+ * - A call fails when the service or the object is missing, when the reply is
+ *   an error or malformed, after the time-out, and for a text that is not valid
+ *   UTF-8. That is logged with the message of the operation; ERROR is the text
+ *   of the exception. After a time-out the service may have done what was
+ *   asked.
+ * - A call that cannot be made, without a connection or with a name that gives
+ *   no valid object path, throws sdbusplus::exception::SdBusError. Nothing is
+ *   sent or logged then.
+ * - A call may fail with EINTR when a signal handler runs meanwhile, also with
+ *   SA_RESTART, although the service does what was asked (libsystemd 252 does
+ *   so, 257 does not). Block signals, and take them from a signalfd or an event
+ *   loop.
+ * - A service in the same thread cannot answer. If it owns its name on the
+ *   default connection, the call fails with ELOOP. If it owns its name on
+ *   another connection, the call waits for the time-out.
+ *
+ * @par Software objects
+ * The operations from setBmcUpdateProgress() to getFirmwareVersion() use the
+ * object `/xyz/openbmc_project/software/<object>`. It shows the state of an
+ * image. Those with Bmc in their name find it at the service
+ * xyz.openbmc_project.Software.BMC.Updater (the BMC updater), those with
+ * Firmware in their name at xyz.openbmc_project.Firmware.Updater (the firmware
+ * updater). In their messages, NAME is the object. In the messages of the other
+ * functions of the class, it is the name of the firmware.
  */
 class FENMARCH_ON_PLATFORM FwManager
 {
   public:
     /**
-     * The manager of the firmware with this purpose; the short name of the
-     * purpose is its name.
-     * @throws std::invalid_argument for a value that is no enumerator
+     * Makes the manager of the firmware with this purpose. The short name of
+     * the purpose becomes its name. Takes the bus connection, see the class.
+     *
+     * @param firmwarePurpose  an enumerator
+     * @throws std::invalid_argument for a value that is no enumerator; the
+     *         connection of the thread is closed then
      */
     FwManager(VersionPurpose firmwarePurpose);
 
     /**
-     * The manager of the firmware with this name. The purpose is the one of
-     * that name, or Unknown, which getVersionPurposeFromName() logs.
+     * Makes the manager of the firmware with this name. Its purpose is the one
+     * of that name, or Unknown, which getVersionPurposeFromName() logs. Takes
+     * the bus connection, see the class.
      *
-     * The name is used as it is: in the path of the backup, where "..", a
-     * slash or a NUL leads to other directories, and of objects on the bus. It
-     * comes from the caller's own configuration, never from outside.
-     *
-     * A text converts to a manager: passed for a const FwManager&, it makes a
+     * A text converts to a manager. Passed for a const FwManager&, it makes a
      * temporary one, whose end closes the connection of the thread.
+     *
+     * @param firmwareName  used as it is: in the path of the backup, where
+     *                      "..", a slash or a NUL leads to other directories,
+     *                      and in the paths of bus objects. Take it from the
+     *                      service's own configuration, never from outside.
      */
     FwManager(std::string firmwareName);
 
-    /** As FwManager(std::string). @throws std::logic_error for a null name */
+    /**
+     * Makes a manager as FwManager(std::string) does.
+     *
+     * @param firmwareName  not null
+     * @throws std::logic_error for a null pointer; the connection of the thread
+     *         is closed then
+     */
     FwManager(const char* firmwareName);
 
-    /** The manager of the firmware "Unknown". */
+    /** Makes the manager of the firmware "Unknown", as FwManager(std::string)
+     *  does. */
     FwManager();
 
-    /** Flushes, closes and releases the bus connection; see the class. */
+    /** Flushes, closes and releases the bus connection, for all managers of
+     *  the thread: see the class. */
     ~FwManager();
 
+    /** A manager is not copied or moved: its end closes the connection. */
     FwManager(const FwManager&) = delete;
     FwManager& operator=(const FwManager&) = delete;
 
     /**
-     * Reads the firmware's record from the configuration file, once: after it
-     * succeeds the values never change for this object. Every accessor below
-     * calls it first. A file that is missing or cannot be read is no error: it
-     * changes nothing, and the next call tries again.
+     * Reads the firmware's record from the configuration file, unless that was
+     * done before. Every accessor from isConfig() to getProcPowerDown(), and
+     * the backup, calls it first. Takes no lock and logs nothing.
      *
-     * A value longer than 255 bytes is cut to what fits, at a character. The
-     * accessors give empty texts and lists until a usable record was read. In
-     * one, a list that is missing reads as one empty text.
+     * The first reading that succeeds is the last: the values never change
+     * afterwards for this manager, also if the file had no record for it. A
+     * file that is missing, empty, or cannot be read or parsed changes nothing,
+     * and the next call tries again.
+     *
+     * An item that is not a text counts as missing. A text is cut to 255 bytes,
+     * or less so that no UTF-8 character is torn.
      */
     void loadConfigContent();
 
-    /** Whether the file has a record for the firmware with an "updateable"
-     *  item that is not empty. Without one nothing else is taken from it. */
+    /**
+     * Returns whether there is a record: whether the file has, for the name of
+     * the firmware, an item "updateable" that is not empty. Without it, nothing
+     * else is taken from the file. Calls loadConfigContent() first.
+     *
+     * @return false also until the file was read
+     */
     bool isConfig();
-    /** Whether the item "updateable" is "yes". */
+
+    /**
+     * Returns whether the firmware may be updated. Calls loadConfigContent()
+     * first.
+     *
+     * @return whether the item "updateable" is exactly "yes"
+     */
     bool getUpdateable();
-    /** The item "work_mode". */
+
+    /**
+     * Returns the item "work_mode". Calls loadConfigContent() first.
+     *
+     * @return "" without the item, without a record, or until the file was read
+     */
     std::string getWorkMode();
-    /** The item "image_list", split by processDotString(). */
+
+    /**
+     * Returns the elements of the item "image_list", as processDotString()
+     * splits them. Calls loadConfigContent() first.
+     *
+     * @return one empty text without the item; an empty list without a record,
+     *         or until the file was read
+     */
     std::vector<std::string> getImageList();
-    /** The item "image_backup_mount", split. */
+
+    /**
+     * Returns the elements of the item "image_backup_mount". Calls
+     * loadConfigContent() first. getImageBackupMountStatus() says what they
+     * mean.
+     *
+     * @return as getImageList()
+     */
     std::vector<std::string> getImageBackupMount();
-    /** The item "options", split. */
+
+    /**
+     * Returns the elements of the item "options", the update options of the
+     * firmware. Calls loadConfigContent() first.
+     *
+     * @return as getImageList()
+     */
     std::vector<std::string> getOptions();
-    /** The item "apply_time_options", split; "OnStartUpdateRequest" when the
-     *  record has none. */
+
+    /**
+     * Returns the elements of the item "apply_time_options". Calls
+     * loadConfigContent() first.
+     *
+     * @return only "OnStartUpdateRequest" without the item; an empty list
+     *         without a record, or until the file was read
+     */
     std::vector<std::string> getApplyTimeOptions();
-    /** The item "get_version_proc". The library hands this and the other
-     *  procedures on; it runs none of them. */
+
+    /**
+     * Returns the item "get_version_proc", the procedure that reads the
+     * version. Calls loadConfigContent() first. The library runs no procedure.
+     *
+     * @return as getWorkMode()
+     */
     std::string getProcGetVersion();
-    /** The item "image_check_proc". */
+
+    /**
+     * Returns the item "image_check_proc", the procedure that checks an image.
+     * Calls loadConfigContent() first. The library runs no procedure.
+     *
+     * @return as getWorkMode()
+     */
     std::string getProcImageCheck();
-    /** The item "update_proc". */
+
+    /**
+     * Returns the item "update_proc", the procedure of the update. Calls
+     * loadConfigContent() first. The library runs no procedure.
+     *
+     * @return as getWorkMode()
+     */
     std::string getProcUpdate();
-    /** The item "active_proc". */
+
+    /**
+     * Returns the item "active_proc", the procedure of the activation. Calls
+     * loadConfigContent() first. The library runs no procedure.
+     *
+     * @return as getWorkMode()
+     */
     std::string getProcActive();
-    /** The item "power_up_proc". */
+
+    /**
+     * Returns the item "power_up_proc", the procedure that switches the power
+     * on. Calls loadConfigContent() first. The library runs no procedure.
+     *
+     * @return as getWorkMode()
+     */
     std::string getProcPowerUp();
-    /** The item "power_down_proc". */
+
+    /**
+     * Returns the item "power_down_proc", the procedure that switches the power
+     * off. Calls loadConfigContent() first. The library runs no procedure.
+     *
+     * @return as getWorkMode()
+     */
     std::string getProcPowerDown();
 
     /**
-     * Keeps a string under this key in the firmware's section of the state
-     * file, creating the file, its directory and the record where they are
-     * missing. Waits without limit for the lock. The same value again writes
-     * nothing.
+     * Keeps a record: a text under a key, in the firmware's section of the
+     * state file. Creates the file, the lock file, their directories and the
+     * section where they are missing. Waits for the lock without limit, and
+     * then until the new file is on the disk. Logs nothing.
      *
-     * The new file is on the disk and in its place then, or on failure the old
-     * one stands. Nothing is logged.
+     * The same value again writes nothing. All other records keep their values
+     * and their places. On failure the old file stays in place.
      *
-     * @param key    any text in UTF-8 but a NUL, which ends it
-     * @param value  likewise
-     * @return 0, or -1 when the file cannot be opened, locked or written. A
-     *         file that was written but could not be put in its place is not
-     *         reported.
+     * @param key    any text in UTF-8; a NUL ends it
+     * @param value  any text in UTF-8; a NUL ends it. Only the first 255 bytes
+     *               can be read back.
+     * @return 0; -1 when the file cannot be opened, locked, parsed or written,
+     *         when the firmware's name is taken there by something else than a
+     *         section, and when a text is not valid UTF-8. Also 0 when the new
+     *         file was written, but could not be put in place: then the old one
+     *         stays.
      */
     int saveVersionStringFromInfo(std::string key, std::string value);
 
     /**
-     * Removes a record. One that does not exist is no failure. Waits for the
-     * lock as saveVersionStringFromInfo() does.
+     * Deletes a record. One that does not exist is not a failure. Waits for the
+     * lock without limit, and then until the new file is on the disk. Logs
+     * nothing. Creates the lock file where it is missing, but no state file.
      *
-     * @return 0; -1 when the file cannot be opened or locked; nonzero when the
-     *         change could not be written or put in place, and the old file
-     *         stands (or the new one, if all that failed was to make its place
-     *         on the disk sure)
+     * @param key  as for saveVersionStringFromInfo()
+     * @return 0; -1 when the file cannot be opened, locked or parsed; nonzero
+     *         when the new file cannot be written or put in place. The old file
+     *         stays in place then. One exception: if only the fsync of the
+     *         directory failed, the new file is in place and may be lost in a
+     *         power cut.
      */
     int deleteVersionStringFromInfo(std::string key);
 
     /**
-     * The value of a record. Waits for the lock as
-     * saveVersionStringFromInfo() does; without a state file neither that file
-     * nor the lock file is created.
+     * Returns the value of a record. Waits for the lock without limit, and
+     * creates the lock file where it is missing. Without a state file it
+     * creates neither file and does not wait. Logs nothing.
      *
-     * @return the first 255 bytes of the value, or less so that no character
-     *         is torn; "" when there is no such record or it cannot be read
-     * @throws std::filesystem::filesystem_error when it cannot be told whether
-     *         the state file exists
+     * @param key  as for saveVersionStringFromInfo()
+     * @return the first 255 bytes of the value, or less so that no UTF-8
+     *         character is torn; "" when there is no such record, when it is
+     *         not a text, and when the file cannot be opened, locked or parsed
+     * @throws std::filesystem::filesystem_error when the status of the state
+     *         file cannot be read, for instance without search permission
      */
     std::string getVersionStringFromInfo(std::string key);
 
     /**
-     * Keeps the result of an image check as the record "check_result", after
-     * logging "{NAME}: Save image check result to {RESULT}".
+     * Keeps the result of an image check as the record "check_result". First
+     * logs "{NAME}: Save image check result to {RESULT}", also when the record
+     * is then not saved.
+     *
+     * Touches the files of saveVersionStringFromInfo(), and waits as it does.
+     *
+     * @param result  kept as "yes" or "no"
      * @return as saveVersionStringFromInfo()
      */
     int saveImageCheckResult(bool result);
 
     /**
-     * The result last kept; false when there is none.
-     * @throws as getVersionStringFromInfo()
+     * Returns the result of the last image check, from the record
+     * "check_result". Touches files and waits as getVersionStringFromInfo().
+     *
+     * @return whether the record is exactly "yes"; so false without a record
+     * @throws std::filesystem::filesystem_error as getVersionStringFromInfo()
      */
     bool readImageCheckResult();
 
     /**
-     * Keeps the update state as the record "update_state", after logging
-     * "{NAME}: Save update state to {ACTIVE}". The text is the caller's own.
+     * Keeps the update state as the record "update_state". First logs
+     * "{NAME}: Save update state to {ACTIVE}", also when the record is then not
+     * saved.
+     *
+     * Touches the files of saveVersionStringFromInfo(), and waits as it does.
+     *
+     * @param state  the service's own text
      * @return as saveVersionStringFromInfo()
      */
     int saveUpdateState(std::string state);
 
     /**
-     * The update state last kept; "" when there is none.
-     * @throws as getVersionStringFromInfo()
+     * Returns the last update state, from the record "update_state". Touches
+     * files and waits as getVersionStringFromInfo().
+     *
+     * @return "" without a record; otherwise as getVersionStringFromInfo()
+     * @throws std::filesystem::filesystem_error as getVersionStringFromInfo()
      */
     std::string readUpdateState();
 
     /**
-     * Keeps the length of the version history of an activation state as the
-     * record "<activation>_count", after logging
-     * "{NAME}: Save {ACTIVE} version count to {COUNT}". It goes its own way:
-     * no entry is touched, and none of the operations on entries touches it.
+     * Keeps the length of the version history of an activation state, as the
+     * record `<activation>_count`. First logs
+     * "{NAME}: Save {ACTIVE} version count to {COUNT}", also when the record is
+     * then not saved.
      *
-     * @param activation  as getNameFromActivations() gives it, or any text
+     * The length is independent of the entries: this changes no entry, and
+     * saving or deleting one entry does not change the length.
+     *
+     * Touches the files of saveVersionStringFromInfo(), and waits as it does.
+     *
+     * @param activation  the short name of a state, or any other text
+     * @param count       the number of entries; any number is kept
      * @return as saveVersionStringFromInfo()
      */
     int saveVersionCount(std::string activation, int count);
 
     /**
-     * Keeps one entry of a version history as the record
-     * "<activation>_<sequence>", after logging
-     * "{NAME}: Save {ACTIVE} version_{SEQ} {VERSION}".
+     * Keeps one entry of a version history, as the record
+     * `<activation>_<sequence>`. First logs
+     * "{NAME}: Save {ACTIVE} version_{SEQ} {VERSION}", also when the record is
+     * then not saved. The length of the history is not changed.
      *
-     * @param sequence  counts from 0; any number will do, but deleteVersion()
-     *                  cannot delete the entry 65535 alone
+     * Touches the files of saveVersionStringFromInfo(), and waits as it does.
+     *
+     * @param activation  as for saveVersionCount()
+     * @param sequence    counts from 0. Any number is accepted, but
+     *                    deleteVersion() cannot delete only the entry 65535.
+     * @param version     the version
      * @return as saveVersionStringFromInfo()
      */
     int saveVersion(std::string activation, int sequence, std::string version);
 
     /**
-     * The length of a version history as it was saved, 0 when it was not.
+     * Returns the length of a version history, from the record
+     * `<activation>_count`. Touches files and waits as
+     * getVersionStringFromInfo(). Logs nothing.
      *
-     * @throws std::invalid_argument, std::out_of_range from std::stoi for a
-     *         record that is no number or too large for an int; and as
-     *         getVersionStringFromInfo()
+     * @param activation  as for saveVersionCount()
+     * @return the length, as std::stoi() reads it; 0 without a record
+     * @throws std::invalid_argument for a record that does not start with a
+     *         number
+     * @throws std::out_of_range for a number that is too large for an int
+     * @throws std::filesystem::filesystem_error as getVersionStringFromInfo()
      */
     int getVersionCount(std::string activation);
 
     /**
-     * One entry of a version history; "" when there is none.
-     * @throws as getVersionStringFromInfo()
+     * Returns one entry of a version history. Touches files and waits as
+     * getVersionStringFromInfo(). Logs nothing.
+     *
+     * @param activation  as for saveVersionCount()
+     * @param sequence    as for saveVersion(); here 65535 is an entry
+     * @return "" without an entry; otherwise as getVersionStringFromInfo()
+     * @throws std::filesystem::filesystem_error as getVersionStringFromInfo()
      */
     std::string getVersion(std::string activation, int sequence);
 
     /**
-     * Deletes one entry of a version history, after logging
-     * "{NAME}: Delete {ACTIVE} version_{SEQ}". The other entries keep their
-     * numbers and the length stays.
+     * Deletes one entry of a version history, or all of it.
      *
-     * The sequence 65535 stands for the whole history, never for the entry of
-     * that number (deleteVersionStringFromInfo() deletes that): after logging
-     * "{NAME}: Delete {ACTIVE} all version", the entries from 0 up to the
-     * length are deleted and then the length, each under a lock of its own (so
-     * the time it takes grows with the length). When the purpose is Host and
-     * the activation is "Staged", then the bus object
-     * /xyz/openbmc_project/software/bios_staged is deleted too, by a call of
-     * "Delete" of xyz.openbmc_project.Object.Delete at
-     * xyz.openbmc_project.Software.BMC.Updater. A call that fails is logged as
-     * "Delete bios_staged version failed: {ERROR}".
+     * One entry: first logs "{NAME}: Delete {ACTIVE} version_{SEQ}". The other
+     * entries keep their numbers, and the length is not changed.
      *
-     * @return 0, whatever became of the deletions
-     * @throws as getVersionCount() for the whole history, with nothing
-     *         deleted; sdbusplus::exception::SdBusError when there is no
-     *         connection to make the call on, with the records deleted
+     * All of it, with the sequence 65535: reads the length, logs
+     * "{NAME}: Delete {ACTIVE} all version", deletes the entries that the
+     * length counts, from 0 on, and then the length. Entries beyond the length
+     * are kept. Each deletion takes the lock and waits for the disk anew, as
+     * deleteVersionStringFromInfo() does: the whole is not one step.
+     *
+     * If the purpose is Host and the activation is "Staged", deleting all of it
+     * then also deletes the object of the staged BIOS: calls "Delete" of
+     * xyz.openbmc_project.Object.Delete, of the object
+     * /xyz/openbmc_project/software/bios_staged at the service
+     * xyz.openbmc_project.Software.BMC.Updater. This blocks for one bus call.
+     * One that fails is logged as "Delete bios_staged version failed: {ERROR}".
+     *
+     * @param activation  as for saveVersionCount()
+     * @param sequence    the entry, or 65535 for the whole history.
+     *                    deleteVersionStringFromInfo() deletes the entry with
+     *                    that number.
+     * @return always 0, also when a deletion or the call failed
+     * @throws std::invalid_argument as getVersionCount(), for the whole history
+     *         only; nothing is logged or deleted then
+     * @throws std::out_of_range likewise
+     * @throws std::filesystem::filesystem_error likewise
+     * @throws sdbusplus::exception::SdBusError when the call cannot be made;
+     *         the records are deleted then
      */
     int deleteVersion(std::string activation, int sequence);
 
     /**
-     * Whether the backup area may be used: when "image_backup_mount" has
-     * exactly two entries, whether both exist as paths, links followed;
-     * otherwise true. Asks the file system each time.
+     * Returns whether the backup area may be used. When the item
+     * "image_backup_mount" has exactly two elements, both have to exist as
+     * paths, links followed. With any other number there is no condition.
      *
-     * @throws std::filesystem::filesystem_error when that cannot be told
+     * Calls loadConfigContent() first, and then asks the file system each time.
+     * Takes no lock and logs nothing.
+     *
+     * @return true without a condition, or when it holds
+     * @throws std::filesystem::filesystem_error when the status of a path
+     *         cannot be read; such a path does not count as absent
      */
     bool getImageBackupMountStatus();
 
     /**
-     * The root of the backup area, as configured; "" when none is configured
-     * or it may not be used. Whether it exists is not looked at.
-     * @throws as getImageBackupMountStatus()
+     * Returns the root of the backup area: the item "image_backup_path", as it
+     * is, whether or not it exists. Calls getImageBackupMountStatus(). Takes no
+     * lock and logs nothing.
+     *
+     * @return "" without the item, or when the area may not be used
+     * @throws std::filesystem::filesystem_error as getImageBackupMountStatus()
      */
     std::string getBackupImagePath();
 
     /**
-     * Moves the image src/firmware.tar into the slot
-     * <root>/<name>/verifying, with the version in the file "version" beside
-     * it. What the slot held is removed first; missing directories are
-     * created. Waits until the image is on the disk there before the original
-     * is removed, and then for the version. Needs room for the image twice.
-     * New directories and files have the modes that the process gives by
-     * default, whatever the mode of the original is.
+     * Moves an image into the slot `verifying`, and writes its version beside
+     * it. Removes first what the slot held. Creates missing directories, with
+     * the default modes of the process; the files get its default mode, too.
+     * The area needs room for the image twice. No lock is taken.
      *
-     * Failures are not reported and do not stop what follows: when the image
-     * cannot be copied, the original is removed and the version written all
-     * the same. So a caller who needs the image looks whether
-     * verifying/firmware.tar is whole, or keeps a copy. Only a missing src is
-     * logged, as "{NAME}: Backup firmware src path not exists {PATH}", and an
-     * area that may not be used, as
-     * "{NAME}: Backup firmware dest path not exists {PATH}"; nothing changes
-     * then.
+     * Waits until the copy is on the disk, then removes the original, and then
+     * waits until the version is on the disk. A power cut leaves no slot with a
+     * version and a torn image.
      *
-     * @param src      the directory that holds the image, outside the backup
-     *                 area; it stays
-     * @param version  without blanks: it is read up to the first one
-     * @throws as getImageBackupMountStatus()
+     * A failure is not reported and does not stop what follows. When the image
+     * cannot be copied, the original is removed and the version is written all
+     * the same. So a service that needs the image checks that
+     * `verifying/firmware.tar` is whole, or keeps a copy. Only two cases are
+     * logged, and nothing changes then:
+     * - a missing src, as
+     *   "{NAME}: Backup firmware src path not exists {PATH}";
+     * - an area that is not configured or may not be used, as
+     *   "{NAME}: Backup firmware dest path not exists {PATH}", where PATH is
+     *   empty.
+     *
+     * @param src      the directory that holds the image, `firmware.tar`. It is
+     *                 outside the backup area, and it is kept. Only a regular
+     *                 file is copied, also one that a link leads to; then the
+     *                 link is removed.
+     * @param version  without blanks: it is read back up to the first one
+     * @throws std::filesystem::filesystem_error when the status of src cannot
+     *         be read, and as getImageBackupMountStatus(); nothing is changed
+     *         then
      */
     void backupImage(const std::string& src, const std::string& version);
 
     /**
-     * Makes the image in the slot "verifying" the one in the slot "verified",
-     * in place of what was there, if its version is the one that runs, to the
-     * byte; else changes nothing. With a slot to look at, logs
-     * "{NAME}: Verify backup firmware: {RUNNING} vs {VERIFYING}" first. The
-     * promotion is on the disk when this returns.
+     * Promotes the image in the slot `verifying` if its version is the one that
+     * runs: removes the slot `verified` and gives its name to `verifying`.
+     * Otherwise changes nothing. If there is a slot `verifying`, first logs
+     * "{NAME}: Verify backup firmware: {RUNNING} vs {VERIFYING}".
      *
-     * Only the version is looked at: a slot whose image is missing is promoted
-     * too, and one without a version has the empty one. So do not call it with
-     * an empty version.
+     * Looks at the version only: a slot without an image is promoted, too. A
+     * slot without a version has the version "". So do not call this with an
+     * empty one.
      *
-     * Failures are not reported. A power cut between the removal of the old
-     * slot and the rename of the new one leaves that one in "verifying".
+     * Waits until the promotion is on the disk. Takes no lock. Failures are not
+     * reported: getBackupImageVersion() shows the result. After a power cut
+     * between the removal and the renaming, the image is still in `verifying`,
+     * and the next call promotes it.
      *
-     * @throws as getImageBackupMountStatus()
+     * @param running  the version that runs; compared byte by byte
+     * @throws std::filesystem::filesystem_error when the status of the slot
+     *         cannot be read, and as getImageBackupMountStatus(); nothing is
+     *         changed then
      */
     void verifyBackupImage(const std::string& running);
 
     /**
-     * The path of the slot "verified", whether or not there is one; "" when
-     * the area may not be used.
-     * @throws as getImageBackupMountStatus()
+     * Returns the path of the slot `verified`, whether or not there is one.
+     * Changes nothing, takes no lock and logs nothing.
+     *
+     * @return "" when the area is not configured or may not be used
+     * @throws std::filesystem::filesystem_error as getImageBackupMountStatus()
      */
     std::string getVerifiedBackupImagePath();
 
     /**
-     * The versions of the images in both slots: the first word of a regular
-     * file, if it ends within the first MiB. A slot that is missing, or whose
-     * version cannot be read, leaves its argument as it was, and so does an
-     * area that may not be used: clear both first.
-     * @throws as getImageBackupMountStatus()
+     * Reads the versions of the images in both slots. A version is the first
+     * word of the file `version`. It has to be a regular file, and the word has
+     * to end within the first MiB. Changes nothing, takes no lock and logs
+     * nothing.
+     *
+     * An argument is changed only if the version of its slot was read. So clear
+     * both first.
+     *
+     * @param verifying  receives the version of the slot `verifying`
+     * @param verified   receives the version of the slot `verified`
+     * @throws std::filesystem::filesystem_error when the status of a slot
+     *         cannot be read, and as getImageBackupMountStatus()
      */
     void getBackupImageVersion(std::string& verifying, std::string& verified);
 
     /**
-     * Publishes the update options of the firmware and clears the requested
-     * one: sets "AvailableOptions" to the list, then "RequestedOption" to "",
-     * of the interface xyz.openbmc_project.Software.UpdateOption at
-     * /xyz/openbmc_project/software/update_option/<name> (BIOS for the name
-     * Host), at the service xyz.openbmc_project.Settings. Blocks for two bus
-     * calls. An option that is no valid UTF-8 is left out.
+     * Publishes the update options of the firmware, and clears the one that is
+     * requested. Sets "AvailableOptions" to the list, and then
+     * "RequestedOption" to "", of the interface
+     * xyz.openbmc_project.Software.UpdateOption, of the object
+     * `/xyz/openbmc_project/software/update_option/<name>` at the service
+     * xyz.openbmc_project.Settings. The name is that of the firmware, but BIOS
+     * for Host. Blocks for two bus calls.
      *
-     * @return 0, or -1 when a call failed, which is logged as
-     *         "Init {PURPOSE} available options failed: {ERROR}" (the request
-     *         stands then) or as
-     *         "Init {PURPOSE} requested option failed: {ERROR}" (the options
-     *         are published then)
-     * @throws sdbusplus::exception::SdBusError when the call cannot be made:
-     *         no connection, or a name that gives no object path; nothing is
-     *         logged then
+     * Logs a call that fails, as
+     * "Init {PURPOSE} available options failed: {ERROR}" or as
+     * "Init {PURPOSE} requested option failed: {ERROR}". PURPOSE is the name of
+     * the firmware.
+     *
+     * @param available  the options. One that is not valid UTF-8 is left out.
+     * @return 0; -1 when a call failed. After the first one, the request is not
+     *         cleared; after the second one, the options are published.
+     * @throws sdbusplus::exception::SdBusError when a call cannot be made
      */
     int initUpdateOption(const std::vector<std::string>& available);
 
     /**
-     * The requested update option. Blocks for one bus call.
+     * Returns the update option that is requested: reads "RequestedOption" of
+     * the object that initUpdateOption() names. Blocks for one bus call. Logs
+     * one that fails, as "Read {PURPOSE} requested option failed: {ERROR}".
      *
-     * @return "" when none is requested, when it is no string, and when the
-     *         call failed, which is logged as
-     *         "Read {PURPOSE} requested option failed: {ERROR}"
-     * @throws as initUpdateOption()
+     * @return "" when no option is requested, when the property is not a text,
+     *         and when the call failed
+     * @throws sdbusplus::exception::SdBusError when the call cannot be made
      */
     std::string readOption();
 
     /**
-     * The next ten publish the state of an image on its software object,
-     * /xyz/openbmc_project/software/<object>, and read its version back: the
-     * first five at the service xyz.openbmc_project.Software.BMC.Updater, the
-     * others at xyz.openbmc_project.Firmware.Updater. Each blocks for one bus
-     * call.
+     * Publishes the progress of an update at the BMC updater: sets "Progress"
+     * of xyz.openbmc_project.Software.ActivationProgress. Blocks for one bus
+     * call. Logs one that fails, as "Set {NAME} progress failed: {ERROR}".
      *
-     * After setting the version, release date or name of the object
-     * "bios_active", the first five also set VERSION_ID, BUILD_DATE or NAME
-     * of the file /etc/bios-release, by bmcReleaseFileItemSet(); what fails
-     * there is ignored, but its std::out_of_range leaves the operation.
-     *
-     * Each returns 0, or -1 when the call failed, which is logged as the text
-     * beside it; the release file and the argument are as they were then
-     * (after a time-out, the property may be set). Each throws
-     * sdbusplus::exception::SdBusError when the call cannot be made: no
-     * connection, or an object that gives no object path; nothing is logged
-     * then.
+     * @param object    the name of the software object
+     * @param progress  percent; sent as it is, also above 100
+     * @param ignored   has no effect
+     * @return 0; -1 when the call failed
+     * @throws sdbusplus::exception::SdBusError when the call cannot be made
      */
-
-    /** Sets "Progress" (percent, not checked) of the interface
-     *  xyz.openbmc_project.Software.ActivationProgress; the third argument
-     *  means nothing. "Set {NAME} progress failed: {ERROR}" */
     int setBmcUpdateProgress(const std::string& object, uint8_t progress,
                              const std::string& ignored);
-    /** Sets "Version" of xyz.openbmc_project.Software.Version.
-     *  "Set {NAME} version failed: {ERROR}" */
+
+    /**
+     * Publishes the version of an image at the BMC updater: sets "Version" of
+     * xyz.openbmc_project.Software.Version. Blocks for one bus call. Logs one
+     * that fails, as "Set {NAME} version failed: {ERROR}".
+     *
+     * For the object "bios_active", a successful call is followed by
+     * bmcReleaseFileItemSet(), which sets VERSION_ID in the release file and
+     * waits for the disk. A failure of that is not reported.
+     *
+     * @param object   the name of the software object
+     * @param version  a text in UTF-8; a NUL ends it on the bus
+     * @return 0; -1 when the call failed. The release file is unchanged then.
+     * @throws sdbusplus::exception::SdBusError when the call cannot be made
+     * @throws std::out_of_range as bmcReleaseFileItemSet(); the property is set
+     */
     int setBmcVersion(const std::string& object, const std::string& version);
-    /** Sets "ReleaseDate" of xyz.openbmc_project.Software.Version.
-     *  "Set {NAME} release date failed: {ERROR}" */
+
+    /**
+     * Publishes the release date of an image at the BMC updater: sets
+     * "ReleaseDate" of xyz.openbmc_project.Software.Version. Blocks for one bus
+     * call. Logs one that fails, as "Set {NAME} release date failed: {ERROR}".
+     *
+     * For the object "bios_active", then sets BUILD_DATE in the release file,
+     * as setBmcVersion() sets VERSION_ID.
+     *
+     * @param object  the name of the software object
+     * @param date    a text in UTF-8 in any form; a NUL ends it on the bus
+     * @return as setBmcVersion()
+     * @throws sdbusplus::exception::SdBusError when the call cannot be made
+     * @throws std::out_of_range as setBmcVersion()
+     */
     int setBmcReleaseDate(const std::string& object, const std::string& date);
-    /** Sets "Subname" of xyz.openbmc_project.Software.Version.
-     *  "Set {NAME} name failed: {ERROR}" */
+
+    /**
+     * Publishes the name of an image at the BMC updater: sets "Subname" of
+     * xyz.openbmc_project.Software.Version. Blocks for one bus call. Logs one
+     * that fails, as "Set {NAME} name failed: {ERROR}".
+     *
+     * For the object "bios_active", then sets NAME in the release file, as
+     * setBmcVersion() sets VERSION_ID.
+     *
+     * @param object   the name of the software object
+     * @param subname  a text in UTF-8; a NUL ends it on the bus
+     * @return as setBmcVersion()
+     * @throws sdbusplus::exception::SdBusError when the call cannot be made
+     * @throws std::out_of_range as setBmcVersion()
+     */
     int setBmcName(const std::string& object, const std::string& subname);
-    /** Reads "Version" of xyz.openbmc_project.Software.Version, one that is
-     *  no string as "". On failure the argument stays as it was.
-     *  "Get {NAME} version failed: {ERROR}" */
+
+    /**
+     * Reads the version of an image at the BMC updater: gets "Version" of
+     * xyz.openbmc_project.Software.Version. Blocks for one bus call. Logs one
+     * that fails, as "Get {NAME} version failed: {ERROR}".
+     *
+     * @param object   the name of the software object
+     * @param version  receives the version; "" when the property is not a text.
+     *                 Unchanged when the call fails.
+     * @return 0; -1 when the call failed
+     * @throws sdbusplus::exception::SdBusError when the call cannot be made
+     */
     int getBmcVersion(const std::string& object, std::string& version);
 
-    /** As setBmcUpdateProgress(). */
+    /**
+     * Publishes the progress of an update at the firmware updater: sets
+     * "Progress" of xyz.openbmc_project.Software.ActivationProgress. Blocks for
+     * one bus call. Logs one that fails, as
+     * "Set {NAME} progress failed: {ERROR}".
+     *
+     * @param object    the name of the software object
+     * @param progress  percent; sent as it is, also above 100
+     * @param ignored   has no effect
+     * @return 0; -1 when the call failed
+     * @throws sdbusplus::exception::SdBusError when the call cannot be made
+     */
     int setFirmwareUpdateProgress(const std::string& object, uint8_t progress,
                                   const std::string& ignored);
-    /** As setBmcVersion(). */
+
+    /**
+     * Publishes the version of an image at the firmware updater: sets "Version"
+     * of xyz.openbmc_project.Software.Version. Blocks for one bus call. Logs
+     * one that fails, as "Set {NAME} version failed: {ERROR}". The release file
+     * is not touched.
+     *
+     * @param object   the name of the software object
+     * @param version  a text in UTF-8; a NUL ends it
+     * @return 0; -1 when the call failed
+     * @throws sdbusplus::exception::SdBusError when the call cannot be made
+     */
     int setFirmwareVersion(const std::string& object,
                            const std::string& version);
-    /** As setBmcReleaseDate(), but "Set {NAME} version failed: {ERROR}". */
+
+    /**
+     * Publishes the release date of an image at the firmware updater: sets
+     * "ReleaseDate" of xyz.openbmc_project.Software.Version. Blocks for one bus
+     * call. Logs one that fails with the message of the version,
+     * "Set {NAME} version failed: {ERROR}". The release file is not touched.
+     *
+     * @param object  the name of the software object
+     * @param date    a text in UTF-8 in any form; a NUL ends it
+     * @return 0; -1 when the call failed
+     * @throws sdbusplus::exception::SdBusError when the call cannot be made
+     */
     int setFirmwareReleaseDate(const std::string& object,
                                const std::string& date);
-    /** As setBmcName(), but "Set {NAME} subname failed: {ERROR}". */
+
+    /**
+     * Publishes the name of an image at the firmware updater: sets "Subname" of
+     * xyz.openbmc_project.Software.Version. Blocks for one bus call. Logs one
+     * that fails, as "Set {NAME} subname failed: {ERROR}". The release file is
+     * not touched.
+     *
+     * @param object   the name of the software object
+     * @param subname  a text in UTF-8; a NUL ends it
+     * @return 0; -1 when the call failed
+     * @throws sdbusplus::exception::SdBusError when the call cannot be made
+     */
     int setFirmwareName(const std::string& object, const std::string& subname);
-    /** As getBmcVersion(). */
+
+    /**
+     * Reads the version of an image at the firmware updater: gets "Version" of
+     * xyz.openbmc_project.Software.Version. Blocks for one bus call. Logs one
+     * that fails, as "Get {NAME} version failed: {ERROR}".
+     *
+     * @param object   the name of the software object
+     * @param version  receives the version; "" when the property is not a text.
+     *                 Unchanged when the call fails.
+     * @return 0; -1 when the call failed
+     * @throws sdbusplus::exception::SdBusError when the call cannot be made
+     */
     int getFirmwareVersion(const std::string& object, std::string& version);
 
     /**
-     * Masks the chassis power button: sets "ButtonMasked" of the interface
-     * xyz.openbmc_project.Chassis.Buttons at
-     * /xyz/openbmc_project/chassis/buttons/power to true, at the service
-     * xyz.openbmc_project.State.Host. Masks are not counted, and the button
-     * stays masked when the caller ends. Blocks for one bus call, up to the
-     * time-out of sd-bus.
+     * Masks the power button: sets "ButtonMasked" of the interface
+     * xyz.openbmc_project.Chassis.Buttons to true, of the object
+     * /xyz/openbmc_project/chassis/buttons/power at the service
+     * xyz.openbmc_project.State.Host. Blocks for one bus call. Logs one that
+     * fails, as "Disable power operation failed: {ERROR}".
      *
-     * "Disable power operation failed: {ERROR}" is logged when it fails.
+     * Masks are not counted. The button stays masked when the process ends.
      *
-     * @return 0, or -1 when the call failed
-     * @throws sdbusplus::exception::SdBusError when there is no connection to
-     *         make the call on; nothing is logged then
+     * @return 0; -1 when the call failed. The button may be masked then.
+     * @throws sdbusplus::exception::SdBusError when the call cannot be made
      */
     int disablePowerOp();
 
-    /** Unmasks the button, however often it was masked; otherwise as
-     *  disablePowerOp(), with "Enable power operation failed: {ERROR}". */
+    /**
+     * Unmasks the power button, however often it was masked: sets
+     * "ButtonMasked" of the object that disablePowerOp() names to false. Blocks
+     * for one bus call. Logs one that fails, as
+     * "Enable power operation failed: {ERROR}".
+     *
+     * @return 0; -1 when the call failed. The button may be unmasked then.
+     * @throws sdbusplus::exception::SdBusError when the call cannot be made
+     */
     int enablePowerOp();
 
+    /** The purpose of the firmware. */
     VersionPurpose purpose{};
-    /** Keys the records, the files and the bus objects of the firmware. */
+    /** The name of the firmware, under which its configuration, its records,
+     *  its backup and its update options are found. */
     std::string name;
-    /** The connection, for the caller's own use on the same thread. */
+    /** The connection, which the caller may use on the same thread, too. It is
+     *  closed by the end of any manager of the thread. */
     sdbusplus::bus_t bus;
 
   private:
