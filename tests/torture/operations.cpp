@@ -138,7 +138,6 @@ std::vector<Operation> fileOperations()
          // A save does not report that the release failed.
          .specialFailures = {{"rename", "version.json.tmp", {"0", "old"}},
                              {"fsync", stateDirectory, saved},
-                             {"remove", "version.json.tmp", saved},
                              {"unlock", "version.lock", saved},
                              {"close", "", saved}},
          .interrupted = {"old", "new"},
@@ -151,7 +150,6 @@ std::vector<Operation> fileOperations()
          .refused = {"-1", "none"},
          .specialFailures = {{"rename", "version.json.tmp", {"0", "none"}},
                              {"fsync", stateDirectory, saved},
-                             {"remove", "version.json.tmp", saved},
                              {"unlock", "version.lock", saved},
                              {"close", "", saved}},
          .interrupted = {"none", "new"},
@@ -163,7 +161,6 @@ std::vector<Operation> fileOperations()
          .unharmed = deleted,
          .refused = {"-1", "old"},
          .specialFailures = {{"fsync", stateDirectory, {"-1", "deleted"}},
-                             {"remove", "version.json.tmp", deleted},
                              {"unlock", "version.lock", deleted},
                              {"close", "", deleted}},
          .interrupted = {"old", "deleted"},
