@@ -90,8 +90,8 @@ class Lifetime : public support::BusTest
                0;
     }
 
-    /** The bus takes a name back a little after its owner has gone.
-     *  @return false when it has not after ten seconds */
+    /** Waits until the bus has released a name, a little after its owner ended.
+     *  @return false if it has not after ten seconds */
     bool nameIsGivenBack() const
     {
         return support::await([&] { return !nameIsTaken(); });

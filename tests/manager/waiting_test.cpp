@@ -39,8 +39,8 @@ class SilentBus
   public:
     enum class Kind
     {
-        mute,         //!< says nothing at all
-        authenticates //!< says what comes before the first call
+        mute,         //!< sends nothing at all
+        authenticates //!< sends only what precedes the first call
     };
 
     explicit SilentBus(Kind kind)

@@ -84,8 +84,8 @@ class SystemCalls : public support::LibraryTest
         return result;
     }
 
-    /** Options of strace: calls that do this fail with EIO, if a path is given
-     *  those alone that name it or a descriptor of it. */
+    /** Options of strace: calls that do this fail with EIO. If a path is given,
+     *  only calls on this path or on a descriptor of it fail. */
     static std::vector<std::string> failing(const std::string& name,
                                             const std::string& path = "")
     {

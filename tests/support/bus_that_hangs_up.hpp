@@ -17,7 +17,7 @@ class BusThatHangsUp
   public:
     enum class When
     {
-        atHello,     //!< closes a connection when its client says Hello
+        atHello,     //!< closes a connection when its client calls Hello
         afterClient, //!< leaves that to its client
     };
 
