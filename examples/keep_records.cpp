@@ -1,4 +1,4 @@
-// Saves records that must survive a restart, and reads them back.
+// Keeps what has to survive a restart, and reads it back.
 
 #include <libfenmarch.hpp>
 
@@ -15,7 +15,7 @@ int main()
         return 1;
     }
 
-    // A history consists of entries and a length; the caller saves the length.
+    // A history is entries and a length, which is the caller's to keep.
     const int next = bios.getVersionCount("Staged");
     bios.saveVersion("Staged", next, "1.02.03");
     bios.saveVersionCount("Staged", next + 1);
