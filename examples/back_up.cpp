@@ -1,4 +1,4 @@
-// Backs an image up, and promotes it once its version runs.
+// Backs up an image, and promotes it once its version runs.
 
 #include <libfenmarch.hpp>
 
@@ -20,16 +20,16 @@ int main(int argc, char** argv)
         return 1;
     }
 
-    // The image is moved: it is gone from the directory afterwards.
+    // The image is moved: afterwards the directory does not have it any more.
     bios.backupImage(argv[1], argv[2]);
 
-    // No status is returned; a service that cares looks at the slot itself.
+    // No status is returned; a service can check the slot itself.
     std::string verifying;
     std::string verified;
     bios.getBackupImageVersion(verifying, verified);
     std::cout << "to be verified: " << verifying << '\n';
 
-    // After the restart, with the version that runs then.
+    // After the restart, with the version that runs now.
     bios.verifyBackupImage(argv[2]);
     bios.getBackupImageVersion(verifying, verified);
     std::cout << "verified: " << verified << " in "

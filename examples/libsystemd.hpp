@@ -1,4 +1,4 @@
-/** What C++ needs to serve an object on the bus with libsystemd alone. */
+/** What C++ needs to serve an object on the bus with only libsystemd. */
 #pragma once
 
 #include <systemd/sd-bus.h>
@@ -34,8 +34,8 @@ inline int checked(int result)
 /** The error of a call that fails. */
 inline constexpr auto failed = "com.example.FirmwareUpdate.Failed";
 
-/** A method of an object, for its vtable. Exceptions become errors here:
- *  libsystemd passes none on. */
+/** A method of an object, for its vtable. It turns exceptions into errors,
+ *  because libsystemd does not pass exceptions on. */
 template <typename Object, auto serve>
 int method(sd_bus_message* call, void* object, sd_bus_error* error) noexcept
 {
@@ -49,7 +49,7 @@ int method(sd_bus_message* call, void* object, sd_bus_error* error) noexcept
     }
 }
 
-/** A property that is a text, likewise. */
+/** A property that is a text; exceptions become errors as well. */
 template <typename Object, auto read>
 int property(sd_bus*, const char*, const char*, const char*,
              sd_bus_message* reply, void* object, sd_bus_error* error) noexcept

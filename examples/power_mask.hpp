@@ -19,11 +19,11 @@ inline void require(bool condition, const std::string& otherwise)
 /**
  * Masks the power button for the time of an update: the destructor unmasks it.
  *
- * The state "Updating" is kept before the button is masked, and replaced once
- * it is unmasked. So a process that is killed in between leaves the state
- * behind, and the next one undoes the mask.
+ * The state "Updating" is saved before the button is masked, and replaced once
+ * it is unmasked. A process that is killed in between leaves that state, and
+ * the next process undoes the mask.
  *
- * Masks are not counted: one of these at a time.
+ * Masks are not counted: only one of these objects may exist at a time.
  */
 class PowerMask
 {
@@ -62,19 +62,20 @@ class PowerMask
         return firmware.readUpdateState() == "Updating";
     }
 
-    /** Unmasks the button and keeps a state that says so.
-     *  @throws std::runtime_error, with the former state kept */
+    /** Unmasks the button and saves the new state.
+     *  @throws std::runtime_error; the saved state is then unchanged */
     static void undo(FwManager& firmware, const std::string& state)
     {
         require(firmware.enablePowerOp() == 0, "the power button stays masked");
         keepState(firmware, state);
     }
 
-    /** The state that is kept at the end. */
+    /** The state that is saved at the end. */
     std::string outcome = "Failed";
 
   private:
-    /** Reads it back: a save that could not put its file in place returns 0. */
+    /** Reads it back: a save also returns 0 if it could not replace the file.
+     */
     static void keepState(FwManager& firmware, const std::string& state)
     {
         require(firmware.saveUpdateState(state) == 0 &&

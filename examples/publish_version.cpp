@@ -1,4 +1,4 @@
-// Brackets an update and shows it on the bus.
+// Masks the power button during an update, and publishes it on the bus.
 
 #include <libfenmarch.hpp>
 #include <sdbusplus/exception.hpp>
@@ -26,7 +26,7 @@ int update(FwManager& bios)
     status |= bios.setBmcReleaseDate("bios_active", "2024-05-06");
     status |= bios.setBmcName("bios_active", "Example");
 
-    // Not undone by the end of the program.
+    // The end of the program does not undo the mask.
     status |= bios.enablePowerOp();
     return status == 0 ? 0 : 1;
 }

@@ -1,4 +1,4 @@
-// Prints what the configuration file says of a firmware.
+// Prints the configuration of a firmware.
 
 #include <libfenmarch.hpp>
 

@@ -34,7 +34,7 @@ std::optional<std::uintmax_t> octal(const Block& header, Field field)
     return result.ec == std::errc() ? std::optional(value) : std::nullopt;
 }
 
-/** The sum of the header's bytes, its own field taken as blanks. */
+/** The sum of the header's bytes, with blanks in the field of the sum. */
 std::uintmax_t sumOf(Block header)
 {
     std::fill_n(header.begin() + checksum.offset, checksum.size, ' ');

@@ -34,8 +34,8 @@ Update::Update(FwManager& manager, std::string published,
     require(firmware.readImageCheckResult(), "no image has passed the check");
     bmcReleaseFileRead(source + "/release", release);
     version = release["VERSION_ID"];
-    // A slot's version is read up to the first blank, and "" where there is
-    // none.
+    // The version of a slot is read up to the first blank, and is "" if the
+    // slot has none.
     require(!version.empty() &&
                 version.find_first_of(" \t\n\v\f\r") == std::string::npos,
             "the image has no version of one word");
@@ -51,7 +51,7 @@ bool Update::step()
         mask.emplace(firmware);
         backUp();
     }
-    // Here a real service writes the next part of the image.
+    // A real service writes the next part of the image here.
     require(firmware.setBmcUpdateProgress(object, percent, "") == 0,
             "the progress is not published");
     percent += stepPercent;
@@ -70,7 +70,7 @@ void Update::backUp()
     const std::string area = firmware.getBackupImagePath();
     require(!area.empty(), "there is no backup area");
     firmware.backupImage(source, version);
-    // No status is returned: the slot shows what became of the image.
+    // No status is returned: the slot shows whether the backup is complete.
     require(
         Slots(firmware).verifying == version &&
             isWholeTar(area + '/' + firmware.name + "/verifying/firmware.tar"),
@@ -96,7 +96,7 @@ void prepare(FwManager& firmware)
     {
         auto options = firmware.getOptions();
         std::erase(options, ""); // a missing list reads as one empty text
-        // A failure is in the journal, and no reason not to update.
+        // A failure is in the journal, and does not prevent updates.
         static_cast<void>(firmware.initUpdateOption(options));
     }
 }

@@ -11,11 +11,11 @@
 
 /**
  * One update of one firmware, from an image that has passed its check until it
- * is written and published. It goes on by steps, so that a service can look
- * after its other work between two of them.
+ * is written and published. It runs in steps, so that a service can do its
+ * other work between them.
  *
- * The power button is masked from the first step until this is destroyed,
- * finished or not.
+ * The power button is masked from the first step until this object is
+ * destroyed, whether the update is finished or not.
  */
 class Update
 {
@@ -48,12 +48,12 @@ class Update
     std::optional<PowerMask> mask;
 };
 
-/** What a service does for each firmware when it starts: undoes the mask that a
- *  process left when it was killed, and publishes the update options.
+/** Prepares a firmware when the service starts: undoes the mask that a killed
+ *  process left, and publishes the update options.
  *  @throws std::runtime_error when the button stays masked */
 void prepare(Update::FwManager& firmware);
 
-/** The versions of the backups; "" stands for none. */
+/** The versions of the backups; "" means that there is none. */
 struct Slots
 {
     explicit Slots(Update::FwManager& firmware)
@@ -65,9 +65,9 @@ struct Slots
     std::string verified;
 };
 
-/** Keeps the result of looking through an image. @return whether it is whole */
+/** Checks an image and saves the result. @return whether it is complete */
 bool checkImage(Update::FwManager& firmware, const std::string& directory);
 
-/** Makes the backup of the version that runs the verified one.
+/** Promotes the backup of the running version to the verified backup.
  *  @throws std::runtime_error when there is none */
 void verifyBackup(Update::FwManager& firmware, const std::string& object);

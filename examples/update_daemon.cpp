@@ -25,7 +25,7 @@ using phosphor::software::updater::FwManager;
 
 constexpr auto service = "com.example.FirmwareUpdate";
 
-/** The update that is under way. One at a time: masks are not counted. */
+/** The running update. Only one at a time, because masks are not counted. */
 using Current = std::optional<Update>;
 
 class Firmware
@@ -53,7 +53,7 @@ class Firmware
         sd_event_source* source = nullptr;
         checked(sd_event_add_defer(loop, &source, step, this));
         steps.reset(source);
-        // Behind signals and requests, which would never get their turn.
+        // Below signals and requests, which otherwise would never be handled.
         checked(sd_event_source_set_priority(source, SD_EVENT_PRIORITY_IDLE));
         return checked(sd_event_source_set_enabled(source, SD_EVENT_ON)) + 1;
     }
@@ -89,7 +89,7 @@ class Firmware
         return directory;
     }
 
-    // An exception of end() ends the process, and the next one puts it right.
+    // An exception of end() ends the process; the next process recovers.
     // NOLINTNEXTLINE(bugprone-exception-escape)
     static int step(sd_event_source*, void* firmware) noexcept
     {
@@ -148,8 +148,8 @@ int serve(const std::vector<std::string>& arguments)
     checked(sd_event_add_signal(event, nullptr, SIGTERM, nullptr, nullptr));
     checked(sd_event_add_signal(event, nullptr, SIGINT, nullptr, nullptr));
 
-    // All managers live as long as the daemon: the first one that is
-    // destroyed closes their connection.
+    // All managers live as long as the daemon: the first manager that is
+    // destroyed closes the connection of all.
     std::list<Firmware> firmwares;
     Current update;
     for (const auto& argument : arguments)
@@ -160,8 +160,8 @@ int serve(const std::vector<std::string>& arguments)
                                argument.substr(end + 1), update);
     }
 
-    // A connection of its own, which no manager closes. The name comes last:
-    // whoever sees it finds the daemon ready.
+    // A separate connection, which no manager closes. The name is requested
+    // last: when it appears on the bus, the daemon is ready.
     sd_bus* connection = nullptr;
     checked(sd_bus_open(&connection));
     const Owned<sd_bus, sd_bus_flush_close_unref> bus(connection);
@@ -183,7 +183,8 @@ int serve(const std::vector<std::string>& arguments)
 int main(int argc, char** argv)
 try
 {
-    // They come by the loop: a handler would end a call on the bus.
+    // The loop receives the signals: a handler would interrupt a call on the
+    // bus.
     sigset_t signals{};
     sigemptyset(&signals);
     sigaddset(&signals, SIGTERM);

@@ -6,12 +6,12 @@ namespace os
 {
 
 /**
- * Holds pthread_cancel() off for the calling thread. A request that comes
- * meanwhile is acted on at the first cancellation point after that.
+ * Holds pthread_cancel() off for the calling thread. A request that arrives
+ * meanwhile takes effect at the first cancellation point after that.
  *
- * Almost every call on files is a cancellation point, close(2) in a destructor
- * included. To act on a request there ends the process: the unwinding meets a
- * destructor or a handler that may not let it pass.
+ * Almost every call on files is a cancellation point, including close(2) in a
+ * destructor. A cancellation there would end the process: the unwinding meets a
+ * destructor or a handler that must not let it pass.
  */
 class CancellationHeldOff
 {

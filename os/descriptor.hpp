@@ -11,7 +11,7 @@ namespace os
 class Descriptor
 {
   public:
-    /** Takes the descriptor over; -1 stands for none. */
+    /** Takes ownership of the descriptor; -1 means none. */
     explicit Descriptor(int opened) noexcept : number(opened)
     {
     }

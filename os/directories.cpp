@@ -9,8 +9,8 @@
 namespace os
 {
 
-// Not by std::filesystem, which reads the times of each directory: where they
-// do not fit into its time_t (a date after 2038 in 32 bits), it fails.
+// Not with std::filesystem, which reads the times of each directory and fails
+// if they do not fit into its time_t (a date after 2038 in 32 bits).
 
 std::string directoryOf(const std::string& path)
 {

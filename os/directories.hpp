@@ -8,9 +8,9 @@ namespace os
 {
 
 /**
- * The directory that holds the file of this path: what stands before the last
- * slash, "." for a bare name, "/" for a name in the root. It ends in no slash
- * otherwise. The file system is not looked at.
+ * The directory that holds the file of this path: the text before the last
+ * slash, "." for a bare name, "/" for a name in the root. Any other result does
+ * not end in a slash. The file system is not read.
  */
 [[nodiscard]] std::string directoryOf(const std::string& path);
 
@@ -22,14 +22,14 @@ enum class Lasting
 };
 
 /**
- * Creates a directory and those above it that are missing. What exists is left
- * as it is, whatever it is. A failure leaves what was created before it.
+ * Creates a directory and the missing directories above it. A file of any kind
+ * that exists is left as it is. A failure leaves what was created before it.
  *
- * @param directory  ends in no slash: the names that last are those of what
- *                   directoryOf() finds above it
- * @param mode       of each that is created, less the umask
- * @param lasting    whether to wait until the names of those that are created
- *                   are on the disk
+ * @param directory  must not end in a slash: the names are synchronised in the
+ *                   directories that directoryOf() returns
+ * @param mode       of each new directory, less the umask
+ * @param lasting    whether to wait until the names of the new directories are
+ *                   on the disk
  * @return 0, or the errno value of what failed
  */
 int createDirectories(const std::string& directory, mode_t mode,

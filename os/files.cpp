@@ -48,7 +48,7 @@ int removeAndSynchronise(const std::string& directory, const std::string& name)
 std::optional<dev_t> deviceOf(const std::string& path)
 {
     struct statx status = {};
-    // The device comes with every answer, so nothing is asked for.
+    // Every answer includes the device, so the mask asks for nothing.
     if (::statx(AT_FDCWD, path.c_str(), 0, 0, &status) == -1)
     {
         return std::nullopt;

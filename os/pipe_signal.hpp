@@ -8,9 +8,9 @@ namespace os
 {
 
 /**
- * Keeps the SIGPIPE of a FIFO whose readers go away from the process, which it
- * would end: the write fails, as on a full disk. One that was pending before
- * stays so.
+ * Holds SIGPIPE off for the calling thread. Without this, the process would end
+ * when the readers of a FIFO close it; now the write fails, as on a full disk.
+ * A signal that was pending before stays pending.
  */
 class PipeSignalHeldOff
 {

@@ -8,7 +8,7 @@
 namespace os
 {
 
-/** Makes a call again for as long as a handled signal interrupts it. */
+/** Repeats a call as long as a handled signal interrupts it. */
 template <typename Call>
 ssize_t uninterrupted(Call call)
 {
@@ -20,7 +20,7 @@ ssize_t uninterrupted(Call call)
     return result;
 }
 
-/** As read(2), but no signal makes it fail. */
+/** Reads like read(2), but no signal makes it fail. */
 [[nodiscard]] ssize_t readSome(int file, char* buffer, size_t sizeBytes);
 
 /** @return false, with errno, when write(2) fails before the end */

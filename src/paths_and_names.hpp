@@ -22,7 +22,7 @@ namespace records
 
 inline constexpr auto checkResult = "check_result";
 inline constexpr auto updateState = "update_state";
-/** Behind the name of an activation: the length of its history. */
+/** Follows the name of an activation in the key of its history's length. */
 inline constexpr auto countSuffix = "_count";
 
 } // namespace records
@@ -41,7 +41,7 @@ namespace objects
 {
 
 inline constexpr auto softwarePrefix = "/xyz/openbmc_project/software/";
-/** Behind the prefix: the object that the BIOS release file goes with. */
+/** Follows the prefix in the object that the BIOS release file describes. */
 inline constexpr auto biosActiveName = "bios_active";
 inline constexpr auto biosStaged = "/xyz/openbmc_project/software/bios_staged";
 inline constexpr auto updateOptionPrefix =

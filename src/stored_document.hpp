@@ -13,7 +13,7 @@ namespace fenmarch
 class StoredDocument
 {
   public:
-    /** Loads the document; whether that worked is told by isOpen(). */
+    /** Loads the document; isOpen() returns whether that succeeded. */
     explicit StoredDocument(const char* file, const char* lock = nullptr) :
         handle(json_config_load(file, lock, 0))
     {
@@ -24,7 +24,7 @@ class StoredDocument
         return handle != nullptr;
     }
 
-    /** The string of an item, as much of it as the system reads. */
+    /** The string of an item, cut to the length that the system reads. */
     [[nodiscard]] std::optional<std::string> get(const std::string& section,
                                                  const char* key) const
     {
@@ -52,7 +52,7 @@ class StoredDocument
                                        key.c_str());
     }
 
-    /** Releases now, for the sake of the status. */
+    /** Releases the document now and returns the status. */
     int release()
     {
         return json_config_release(handle.release());

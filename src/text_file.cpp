@@ -30,7 +30,7 @@ bool isRegular(const Descriptor& file)
 
 using Buffer = std::array<char, 4096>;
 
-/** @return the length of what comes next, 0 at the end, -1 after a failure */
+/** @return the number of bytes read, 0 at the end, -1 after a failure */
 ssize_t readInto(Buffer& buffer, const Descriptor& file)
 {
     return os::readSome(file.get(), buffer.data(), buffer.size());
@@ -66,7 +66,7 @@ std::optional<std::string> readFirstWord(const std::string& path)
     {
         return std::nullopt;
     }
-    // Not by a stream, which takes a failed allocation for the end.
+    // Not with a stream, which treats a failed allocation as the end.
     std::string word;
     size_t readBytes = 0;
     Buffer buffer{};
@@ -114,7 +114,7 @@ Opened writeText(const std::string& path,
         return os::writeAll(file.get(), piece);
     });
     ::fsync(file.get());
-    // For a file that is new: its name is on the disk with its directory.
+    // If the file is new, its name is on the disk once its directory is.
     os::synchronise(os::directoryOf(path));
     return Opened::yes;
 }

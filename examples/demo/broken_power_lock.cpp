@@ -1,5 +1,5 @@
-// Takes the place of the library's own in a daemon that answers well and leaves
-// the work undone: it unmasks the power button when it is to mask it.
+// Replaces the library's function in a daemon that answers correctly but does
+// the wrong thing: it unmasks the power button instead of masking it.
 
 #include <libfenmarch.hpp>
 

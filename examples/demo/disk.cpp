@@ -21,7 +21,7 @@ constexpr auto places = {
     "/run/lock/firmware",
 };
 
-/** More than this is shown by its size. */
+/** Of longer content only the size is shown. */
 constexpr std::size_t readableBytes = 8192;
 
 bool isReadable(const std::string& content)

@@ -8,7 +8,7 @@
 namespace demo
 {
 
-/** The regular files where the library works, each with its content. */
+/** The regular files in the directories of the library, with their content. */
 using Disk = std::map<std::filesystem::path, std::string>;
 
 /** Reads them as they are now. */
@@ -17,13 +17,13 @@ Disk readDisk();
 /** Removes them all, with their directories. */
 void clearDisk();
 
-/** A file that is not as it was. */
+/** A file that has changed. */
 struct Change
 {
-    /** What happened to which file, such as `changed /etc/bios-release`. */
+    /** The kind of change and the file, such as `changed /etc/bios-release`. */
     std::string summary;
-    /** A text line by line, where `+ ` is new, `- ` is gone and `  ` stayed;
-     *  of what is no text only the size. */
+    /** A text line by line: `+ ` marks new lines, `- ` removed lines, and `  `
+     *  unchanged ones. Of a file that is not text only the size. */
     std::vector<std::string> lines;
 };
 

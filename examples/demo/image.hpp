@@ -10,7 +10,7 @@ namespace demo
  *  bios.bin, of three MiB, and bios.sig, beside a release file. */
 void deliverImage(const std::filesystem::path& directory);
 
-/** The same, of which only so much has arrived. */
+/** The same image, cut to this size. */
 void deliverTornImage(const std::filesystem::path& directory,
                       std::size_t arrivedBytes);
 

@@ -36,15 +36,15 @@ Keep::Keep(const fs::path& directory) : descriptor(openDirectory(directory))
 {
 }
 
-void Keep::save(const std::string& name, const Outcome& outcome) const
+void Keep::save(const std::string& name, const ScenarioResult& result) const
 {
-    // The directory has no path inside the sandbox.
+    // Inside the sandbox the directory has no path.
     const fs::path directory =
         "/proc/self/fd/" + std::to_string(descriptor.get()) + '/' + name;
     fs::remove_all(directory);
-    support::writeFile(directory / "bus.txt", textOf(outcome.calls));
-    support::writeFile(directory / "journal.txt", textOf(outcome.log));
-    for (const auto& [path, content] : outcome.disk)
+    support::writeFile(directory / "bus.txt", textOf(result.calls));
+    support::writeFile(directory / "journal.txt", textOf(result.log));
+    for (const auto& [path, content] : result.disk)
     {
         support::writeFile(directory / path.relative_path(), content);
     }

@@ -11,7 +11,7 @@ namespace
 using Lines = std::vector<std::string>;
 
 /** For each pair of positions the length of the longest common subsequence of
- *  what follows them. */
+ *  the lines after them. */
 std::vector<std::vector<std::size_t>> commonLengths(const Lines& before,
                                                     const Lines& after)
 {

@@ -7,9 +7,9 @@ namespace demo
 {
 
 /**
- * What made one text of another: the lines that are gone (`- `), the new ones
- * (`+ `), and beside them the lines that stayed (`  `). Lines further off are
- * left out; `  ...` stands for them.
+ * The difference between two texts: removed lines (`- `), new lines (`+ `), and
+ * the unchanged lines beside them (`  `). Unchanged lines further away are
+ * replaced by `  ...`.
  */
 std::vector<std::string> lineDifference(const std::vector<std::string>& before,
                                         const std::vector<std::string>& after);

@@ -25,7 +25,7 @@ struct Release
 
 using Document = std::unique_ptr<json_t, Release>;
 
-/** Reads it as JSON, not with what the library reads it with. */
+/** Reads the file as JSON, with another parser than the library. */
 Document readStateFile()
 {
     return Document(

@@ -1,4 +1,4 @@
-/** The looks that a step can end in. */
+/** The checks that a step can end with. */
 #pragma once
 
 #include "scenario.hpp"
@@ -17,8 +17,8 @@ Check property(const std::string& path, const std::string& name,
 Check record(const std::string& firmware, const std::string& key,
              const std::string& value);
 
-/** This is all that the state file holds, as JSON without blanks, its members
- *  in the order of the file. */
+/** The state file holds exactly this: JSON without blanks, with the members in
+ *  the order of the file. */
 Check stateFile(const std::string& text);
 
 /** The file holds this text to the last byte; line ends are shown as `\n`. */
@@ -27,8 +27,8 @@ Check file(const std::string& path, const std::string& text);
 /** There is no such file. */
 Check noFile(const std::string& path);
 
-/** This firmware.tar is, byte by byte, the one that was in the other directory
- *  before the step; both directories are in /usr/share/firmware. */
+/** This firmware.tar is byte by byte the file that was in the other directory
+ *  before the step. Both directories are in /usr/share/firmware. */
 Check imageMoved(const std::string& from, const std::string& to);
 
 /** The state file has no such record, or there is no state file. */

@@ -3,8 +3,8 @@
  *
  *   demo [--verbose] [--keep DIRECTORY] SERVICE CONFIGURATION
  *
- * Exit status: 0 when all was seen as expected, 1 when it was not, 2 when the
- * demo could not be run.
+ * Exit status: 0 if everything was as expected, 1 if not, 2 if the demo could
+ * not be run.
  */
 #include "keep.hpp"
 #include "play.hpp"
@@ -37,7 +37,7 @@ struct Arguments
     std::optional<Keep> keep;
 };
 
-/** Reads and opens what lies outside of the sandbox. */
+/** Reads and opens the files outside the sandbox. */
 Arguments readArguments(std::vector<std::string> words)
 {
     Arguments arguments;
@@ -67,21 +67,22 @@ int runDemo(const Arguments& arguments)
     report.begin("An update service on a simulated BMC. On the bus, ~ stands "
                  "for xyz.openbmc_project. in names and for "
                  "/xyz/openbmc_project in paths.");
-    std::vector<Row> rows;
+    std::vector<Comparison> comparisons;
     std::size_t nextStep = 1;
     for (const auto& scenario : allScenarios())
     {
-        const Outcome outcome =
+        const ScenarioResult result =
             play(scenario, arguments.cast, report, nextStep);
         nextStep += scenario.steps.size();
-        rows.insert(rows.end(), outcome.rows.begin(), outcome.rows.end());
+        comparisons.insert(comparisons.end(), result.comparisons.begin(),
+                           result.comparisons.end());
         if (arguments.keep)
         {
-            arguments.keep->save(scenario.name, outcome);
+            arguments.keep->save(scenario.name, result);
         }
     }
-    report.end(rows);
-    return allAsExpected(rows) ? asExpected : notAsExpected;
+    report.end(comparisons);
+    return allAsExpected(comparisons) ? asExpected : notAsExpected;
 }
 
 } // namespace

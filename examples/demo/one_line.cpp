@@ -28,7 +28,7 @@ std::string nameOfPriority(const std::string& priority)
     return priority == "3" ? "error" : priority == "6" ? "info" : priority;
 }
 
-/** The arguments of a property call without quotes about the two names. */
+/** The arguments of a property call without quotes around the two names. */
 std::string withoutNameQuotes(std::string arguments)
 {
     for (int quotes = 0; quotes < 4; ++quotes)

@@ -9,8 +9,8 @@
 namespace demo
 {
 
-/** The text with `~` for `xyz.openbmc_project.` and for
- *  `/xyz/openbmc_project`, wherever they stand. */
+/** The text with `~` for every `xyz.openbmc_project.` and every
+ *  `/xyz/openbmc_project`. */
 std::string shortened(std::string text);
 
 /**
@@ -25,8 +25,8 @@ std::string oneLine(const support::RecordedCall& call);
  *  number) and the message. */
 std::string oneLine(const support::JournalRecord& record);
 
-/** The lines, but of neighbours that differ in their last word only, one with
- *  all the last words: `Progress y 0, 10, 20`. */
+/** Joins neighbouring lines that differ only in their last word to one line
+ *  with all the last words: `Progress y 0, 10, 20`. */
 std::vector<std::string> folded(const std::vector<std::string>& lines);
 
 } // namespace demo

@@ -29,13 +29,13 @@ void show(Report& report, const Change& change)
     }
 }
 
-/** A step that is being played. */
+/** A step while it is played. */
 class Play
 {
   public:
-    Play(Stage& ofStage, Report& ofReport, Outcome& ofOutcome,
+    Play(Stage& ofStage, Report& ofReport, ScenarioResult& ofResult,
          std::size_t number) :
-        stage(ofStage), report(ofReport), outcome(ofOutcome), stepNumber(number)
+        stage(ofStage), report(ofReport), result(ofResult), stepNumber(number)
     {
     }
 
@@ -56,8 +56,9 @@ class Play
             report.show(check.place, seen);
             add(check.place, check.expected, seen);
         }
-        report.endStep(rows);
-        outcome.rows.insert(outcome.rows.end(), rows.begin(), rows.end());
+        report.endStep(comparisons);
+        result.comparisons.insert(result.comparisons.end(), comparisons.begin(),
+                                  comparisons.end());
     }
 
   private:
@@ -88,7 +89,7 @@ class Play
     {
         Lines calls = stage.takeCalls();
         show(report, "bus", folded(calls));
-        outcome.calls.insert(outcome.calls.end(), calls.begin(), calls.end());
+        result.calls.insert(result.calls.end(), calls.begin(), calls.end());
         return calls;
     }
 
@@ -96,11 +97,11 @@ class Play
     {
         Lines log = stage.takeLog();
         show(report, "journal", log);
-        outcome.log.insert(outcome.log.end(), log.begin(), log.end());
+        result.log.insert(result.log.end(), log.begin(), log.end());
         return log;
     }
 
-    /** A row for each entry of the longer list. */
+    /** Adds a comparison for each entry of the longer list. */
     void compare(const char* place, Lines expected, Lines seen)
     {
         const auto count = std::max(expected.size(), seen.size());
@@ -115,34 +116,34 @@ class Play
     void add(const std::string& place, const std::string& expected,
              const std::string& seen)
     {
-        rows.push_back({stepNumber, place, expected, seen});
+        comparisons.push_back({stepNumber, place, expected, seen});
     }
 
     Stage& stage;
     Report& report;
-    Outcome& outcome;
+    ScenarioResult& result;
     std::size_t stepNumber;
-    std::vector<Row> rows;
+    std::vector<Comparison> comparisons;
 };
 
 } // namespace
 
-Outcome play(const Scenario& scenario, const Cast& cast, Report& report,
-             std::size_t firstStep)
+ScenarioResult play(const Scenario& scenario, const Cast& cast, Report& report,
+                    std::size_t firstStep)
 {
-    Outcome outcome;
+    ScenarioResult result;
     Stage stage(cast);
     report.beginScenario(scenario.title);
     std::size_t number = firstStep;
     for (const auto& step : scenario.steps)
     {
-        Play(stage, report, outcome, number++).run(step);
+        Play(stage, report, result, number++).run(step);
     }
-    outcome.rows.push_back(
+    result.comparisons.push_back(
         {number - 1, "service", "ends with status 0",
          "ends with status " + std::to_string(stage.service.end())});
-    outcome.disk = stage.disk();
-    return outcome;
+    result.disk = stage.disk();
+    return result;
 }
 
 } // namespace demo

@@ -11,22 +11,22 @@
 namespace demo
 {
 
-/** What a played scenario has left behind. */
-struct Outcome
+/** The results of a played scenario. */
+struct ScenarioResult
 {
-    std::vector<Row> rows;
+    std::vector<Comparison> comparisons;
     Disk disk;
     std::vector<std::string> calls;
     std::vector<std::string> log;
 };
 
 /**
- * Plays a scenario on a stage of its own: every step is shown as it happens,
- * and compared with what is expected. At the end the service has to end too.
+ * Plays a scenario on its own stage: shows every step as it happens, and
+ * compares it with what is expected. At the end the service must end as well.
  *
  * @param firstStep  the number of the first step
  */
-Outcome play(const Scenario& scenario, const Cast& cast, Report& report,
-             std::size_t firstStep);
+ScenarioResult play(const Scenario& scenario, const Cast& cast, Report& report,
+                    std::size_t firstStep);
 
 } // namespace demo

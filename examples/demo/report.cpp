@@ -21,8 +21,7 @@ Tone toneOfChange(const std::string& line)
                                     : Tone::faint;
 }
 
-/** What does not fit is left out in the middle: an end says as much as a
- *  beginning. */
+/** Shortens a text in the middle: its end says as much as its beginning. */
 std::string clipped(const std::string& text, std::size_t columns)
 {
     constexpr std::string_view mark = "...";
@@ -112,24 +111,25 @@ void Report::showChangedLine(const std::string& line)
     }
 }
 
-void Report::endStep(const std::vector<Row>& rows)
+void Report::endStep(const std::vector<Comparison>& comparisons)
 {
     if (detail == Detail::brief)
     {
         printEffects();
     }
-    for (const auto& row : rows)
+    for (const auto& comparison : comparisons)
     {
-        if (!row.isAsExpected())
+        if (!comparison.isAsExpected())
         {
-            print("EXPECTED", row.place + ": " + row.expected, Tone::bad);
-            print("SEEN", row.place + ": " + row.seen, Tone::bad);
+            print("EXPECTED", comparison.place + ": " + comparison.expected,
+                  Tone::bad);
+            print("SEEN", comparison.place + ": " + comparison.seen, Tone::bad);
         }
     }
 }
 
-/** One line: the first of what reached furthest, and how much more there was.
- */
+/** One line: the first entry of the most important kind, and how many more
+ *  entries there were. */
 void Report::printEffects() const
 {
     for (const std::string_view place : {"bus", "disk", "journal", "service"})
@@ -148,13 +148,13 @@ void Report::printEffects() const
     }
 }
 
-void Report::end(const std::vector<Row>& rows)
+void Report::end(const std::vector<Comparison>& comparisons)
 {
     if (detail == Detail::everything)
     {
-        printTable(terminal, rows);
+        printTable(terminal, comparisons);
     }
-    printSum(terminal, rows);
+    printSum(terminal, comparisons);
     if (detail == Detail::brief)
     {
         print("(+ N): that much more was seen in the step. --verbose shows "

@@ -12,13 +12,13 @@ namespace demo
 
 enum class Detail
 {
-    /** A line or two for each step, and the sum. */
+    /** A line or two for each step, and the totals. */
     brief,
-    /** All that is seen, and a table of what was expected. */
+    /** Everything that is seen, and a table of what was expected. */
     everything
 };
 
-/** Writes the course of the demo to standard output, for people. */
+/** Prints the progress of the demo on standard output, for people. */
 class Report
 {
   public:
@@ -28,15 +28,15 @@ class Report
     void beginScenario(const std::string& title);
     void beginStep(std::size_t number, const std::string& title);
 
-    /** Something seen, under the name of where it was seen. */
+    /** Shows something that was seen, after the name of its place. */
     void show(const std::string& place, const std::string& text);
     /** A line of a changed file, as in Change::lines. */
     void showChangedLine(const std::string& line);
-    /** Ends a step: what in it was not as expected. */
-    void endStep(const std::vector<Row>& rows);
+    /** Ends a step and shows what was not as expected. */
+    void endStep(const std::vector<Comparison>& comparisons);
 
     /** Ends the demo. */
-    void end(const std::vector<Row>& rows);
+    void end(const std::vector<Comparison>& comparisons);
 
   private:
     void print(const std::string& text) const;

@@ -10,16 +10,16 @@ namespace demo
 /** A new BIOS, from the arrival of its image until it runs. */
 Scenario wholeUpdate();
 
-/** The same with an image of which the end is missing. */
+/** The same with an image whose end is missing. */
 Scenario tornImage();
 
-/** The same with the updater service gone after some progress. */
+/** The same with an updater service that ends during the update. */
 Scenario updaterGone();
 
-/** The same without the place for a backup. */
+/** The same without a place for the backup. */
 Scenario noBackupArea();
 
-/** All of them, in the order in which they are played. */
+/** All scenarios, in the order in which they are played. */
 std::vector<Scenario> allScenarios();
 
 } // namespace demo

@@ -11,12 +11,12 @@
 namespace demo
 {
 
-/** The update daemon, a process of its own that is called on the bus. */
+/** The update daemon, a separate process that is called on the bus. */
 class ServiceProcess
 {
   public:
     /** Starts it, and returns once it owns its name.
-     *  @throws std::runtime_error with what it wrote when it does not */
+     *  @throws std::runtime_error with its output if it does not */
     explicit ServiceProcess(const std::filesystem::path& program);
 
     /**
@@ -28,8 +28,8 @@ class ServiceProcess
      */
     std::vector<std::string> ask(const std::string& request);
 
-    /** Has it end as systemd does, and waits for its end. What it wrote is
-     *  shown if it fails. @return as support::Child::wait() */
+    /** Ends it as systemd does, and waits for its end. Shows its output if it
+     *  fails. @return as support::Child::wait() */
     int end();
 
   private:

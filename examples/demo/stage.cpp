@@ -29,7 +29,7 @@ Disk furnishDisk(const std::string& configuration)
     return readDisk();
 }
 
-/** Standard error leads nowhere while this lives. */
+/** Discards standard error while this object exists. */
 class Silence
 {
   public:
@@ -53,8 +53,8 @@ class Silence
         fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 0), "dup of standard error")};
 };
 
-/** The daemon complains where it may not raise its limit of descriptors, as in
- *  a container, and would do so in the middle of the report. */
+/** Where the daemon must not raise its limit of descriptors, as in a container,
+ *  it prints a warning, which would appear in the middle of the report. */
 support::PrivateBus startBus()
 {
     const Silence silence;
@@ -63,7 +63,8 @@ support::PrivateBus startBus()
 
 constexpr auto updaterName = "xyz.openbmc_project.Software.BMC.Updater";
 
-/** A name is given up a little after its owner has closed the connection. */
+/** The bus releases a name a little after its owner has closed the connection.
+ */
 void awaitNoOwner(const std::string& name)
 {
     constexpr std::chrono::seconds patience{10};

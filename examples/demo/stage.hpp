@@ -14,7 +14,7 @@
 namespace demo
 {
 
-/** What a scenario is played with. */
+/** The program and the configuration that a scenario uses. */
 struct Cast
 {
     std::filesystem::path service;
@@ -33,30 +33,30 @@ class Stage
     /** A property of an object on the bus as busctl prints it, if any. */
     std::optional<std::string> property(const std::string& path,
                                         const std::string& name);
-    /** Ends the updater and its objects; returns once the bus knows. */
+    /** Ends the updater and its objects; returns once the bus has noticed. */
     void endUpdater();
 
-    /** What has reached the bus since the last time, a line for each call,
-     *  those to the updater before those to others. */
+    /** The calls that have reached the bus since the last time, a line for
+     * each: first those to the updater, then the others. */
     std::vector<std::string> takeCalls();
-    /** What has been logged since the last time, a line for each record. */
+    /** The records that were logged since the last time, a line for each. */
     std::vector<std::string> takeLog();
     /** What has changed on the disk since the last time. */
     std::vector<Change> takeChanges();
     /** The disk as takeChanges() last saw it. */
     const Disk& disk() const;
-    /** The disk as takeChanges() saw it the time before. */
+    /** The disk as takeChanges() saw it one time before that. */
     const Disk& formerDisk() const;
 
   private:
-    /** Comes first, so that the service finds its configuration. */
+    /** Is the first member, so that the service finds its configuration. */
     Disk seen;
     Disk former;
     support::PrivateBus bus;
     support::JournalSocket journal;
 
   public:
-    /** Owns the objects of the BMC's software, until it is ended. */
+    /** Owns the objects of the BMC's software until it ends. */
     std::optional<support::FakeServices> updater;
     support::FakeServices others;
     ServiceProcess service;

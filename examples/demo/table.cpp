@@ -13,7 +13,7 @@ constexpr std::size_t stepColumns = 5;
 constexpr std::size_t placeColumns = 9;
 constexpr std::size_t seenColumns = 20;
 
-/** What the other columns leave. */
+/** The width that the other columns leave. */
 std::size_t expectedColumns(const Terminal& terminal)
 {
     return terminal.width() - stepColumns - placeColumns - seenColumns;
@@ -29,18 +29,18 @@ void printHead(const Terminal& terminal)
               << std::string(terminal.width(), '-') << '\n';
 }
 
-void printRow(const Terminal& terminal, const Row& row)
+void printComparison(const Terminal& terminal, const Comparison& comparison)
 {
-    const bool good = row.isAsExpected();
+    const bool good = comparison.isAsExpected();
     const auto columns = expectedColumns(terminal);
-    auto expected = wrapped(row.expected, columns - 1);
-    auto seen = wrapped(good ? "as expected" : row.seen, seenColumns);
+    auto expected = wrapped(comparison.expected, columns - 1);
+    auto seen = wrapped(good ? "as expected" : comparison.seen, seenColumns);
     const auto height = std::max(expected.size(), seen.size());
     expected.resize(height);
     seen.resize(height);
 
-    std::string head = padded(std::to_string(row.step), stepColumns) +
-                       padded(row.place, placeColumns);
+    std::string head = padded(std::to_string(comparison.step), stepColumns) +
+                       padded(comparison.place, placeColumns);
     for (std::size_t i = 0; i < height; ++i)
     {
         std::cout << head
@@ -54,33 +54,37 @@ void printRow(const Terminal& terminal, const Row& row)
 
 } // namespace
 
-bool allAsExpected(const std::vector<Row>& rows)
+bool allAsExpected(const std::vector<Comparison>& comparisons)
 {
-    return !rows.empty() && std::ranges::all_of(rows, &Row::isAsExpected);
+    return !comparisons.empty() &&
+           std::ranges::all_of(comparisons, &Comparison::isAsExpected);
 }
 
-void printTable(const Terminal& terminal, const std::vector<Row>& rows)
+void printTable(const Terminal& terminal,
+                const std::vector<Comparison>& comparisons)
 {
     printHead(terminal);
-    for (const auto& row : rows)
+    for (const auto& comparison : comparisons)
     {
-        printRow(terminal, row);
+        printComparison(terminal, comparison);
     }
 }
 
-void printSum(const Terminal& terminal, const std::vector<Row>& rows)
+void printSum(const Terminal& terminal,
+              const std::vector<Comparison>& comparisons)
 {
-    const auto good = std::ranges::count_if(rows, &Row::isAsExpected);
+    const auto good =
+        std::ranges::count_if(comparisons, &Comparison::isAsExpected);
     std::string sum = std::to_string(good) + " of " +
-                      std::to_string(rows.size()) + " as expected";
-    if (allAsExpected(rows))
+                      std::to_string(comparisons.size()) + " as expected";
+    if (allAsExpected(comparisons))
     {
         sum += ", and nothing else happened on disk, bus or journal";
     }
     std::cout << std::string(terminal.width(), '-') << '\n';
     for (const auto& line : wrapped(sum + '.', terminal.width()))
     {
-        const Tone tone = allAsExpected(rows) ? Tone::good : Tone::bad;
+        const Tone tone = allAsExpected(comparisons) ? Tone::good : Tone::bad;
         std::cout << terminal.toned(tone, line) << '\n';
     }
 }

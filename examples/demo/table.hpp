@@ -9,9 +9,8 @@
 namespace demo
 {
 
-/** Something that was expected in a step, and what was seen instead, or the
- *  same again. */
-struct Row
+/** Something that was expected in a step, and what was seen. */
+struct Comparison
 {
     std::size_t step;
     /** Where it was seen: service, disk, bus, journal. */
@@ -25,13 +24,15 @@ struct Row
     }
 };
 
-/** Whether there are rows, and each is as expected. */
-bool allAsExpected(const std::vector<Row>& rows);
+/** Whether there is a comparison, and each is as expected. */
+bool allAsExpected(const std::vector<Comparison>& comparisons);
 
-/** Prints the rows to standard output. */
-void printTable(const Terminal& terminal, const std::vector<Row>& rows);
+/** Prints a table with a row for each comparison to standard output. */
+void printTable(const Terminal& terminal,
+                const std::vector<Comparison>& comparisons);
 
 /** Prints how many are as expected. */
-void printSum(const Terminal& terminal, const std::vector<Row>& rows);
+void printSum(const Terminal& terminal,
+              const std::vector<Comparison>& comparisons);
 
 } // namespace demo

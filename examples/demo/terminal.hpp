@@ -15,16 +15,16 @@ enum class Tone
     bad
 };
 
-/** What standard output can show. */
+/** The abilities of standard output. */
 class Terminal
 {
   public:
     Terminal();
 
-    /** The columns of the terminal, between 40 and 120; otherwise 80. */
+    /** The width of the terminal, between 40 and 120; without a terminal 80. */
     std::size_t width() const;
 
-    /** The text in colour, but only on a terminal, and not with NO_COLOR. */
+    /** The text in colour, but only on a terminal and without NO_COLOR. */
     std::string toned(Tone tone, const std::string& text) const;
 
   private:
@@ -32,11 +32,11 @@ class Terminal
     std::size_t columns;
 };
 
-/** The text in lines of at most this many columns, broken at blanks where there
- *  are any; at least one line. */
+/** The text in lines of at most this many columns, broken at blanks if
+ *  possible; at least one line. */
 std::vector<std::string> wrapped(const std::string& text, std::size_t columns);
 
-/** The text filled up with blanks. */
+/** The text with blanks added up to this width. */
 std::string padded(std::string text, std::size_t columns);
 
 } // namespace demo

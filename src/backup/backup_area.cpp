@@ -7,7 +7,7 @@ namespace phosphor::software::updater
 
 bool FwManager::getImageBackupMountStatus()
 {
-    // Any other number of entries means that there is no condition.
+    // With any other number of entries there is no condition.
     constexpr size_t entriesOfACondition = 2;
 
     const auto entries = getImageBackupMount();

@@ -28,7 +28,7 @@ struct BackupDirectory
     std::string verified = path + "/verified";
 };
 
-/** None when the backup area may not be used. */
+/** Nothing when the backup area must not be used. */
 std::optional<BackupDirectory> backupDirectoryOf(FwManager& manager)
 {
     const std::string root = manager.getBackupImagePath();
@@ -52,9 +52,9 @@ std::string versionFileIn(const std::string& slot)
     return slot + "/" + versionName;
 }
 
-/** The version goes first, so that no power cut leaves one without its image,
- *  which would pass for a whole slot. A link in its place is removed, and what
- *  it leads to is left. */
+/** Removes the version file first: after a power cut, a version without its
+ *  image would look like a complete slot. Of a slot that is a symbolic link
+ *  only the link is removed. */
 void removeSlot(const std::string& slot)
 {
     os::removeAndSynchronise(slot, versionName);
@@ -63,11 +63,11 @@ void removeSlot(const std::string& slot)
 }
 
 /**
- * Waits until a directory is on the disk, and those above it on the same
- * device: a backup that was killed may have created them. What is above the
- * mount point lasts, or nothing could be mounted there. Devices show where
- * that is on every kernel. Below a bind mount they are the same on both sides
- * of its mount point, and more is synchronised than has to be.
+ * Waits until a directory is on the disk, and the directories above it on the
+ * same device: a backup that was killed may have created them. Directories
+ * above the mount point existed before the mount. Every kernel reports devices,
+ * so they show the mount point. A bind mount has the same device on both sides
+ * of its mount point: there more is synchronised than necessary.
  */
 void synchroniseWithParents(const std::string& directory)
 {
@@ -78,8 +78,8 @@ void synchroniseWithParents(const std::string& directory)
     {
         current = std::move(next);
         const auto other = os::deviceOf(current);
-        const bool elsewhere = device && other && *device != *other;
-        if (!elsewhere)
+        const bool onAnotherDevice = device && other && *device != *other;
+        if (!onAnotherDevice)
         {
             os::synchronise(current);
         }
@@ -95,7 +95,7 @@ void createSlot(const std::string& slot)
     os::createDirectories(slot, newDirectoryMode, os::Lasting::no);
 }
 
-/** Reads the first word; without one the version is left as it is. */
+/** Reads the first word. If there is none, the version does not change. */
 void readVersion(const std::string& slot, std::string& version)
 {
     if (auto word = readFirstWord(versionFileIn(slot)))
@@ -106,8 +106,8 @@ void readVersion(const std::string& slot, std::string& version)
 
 } // namespace
 
-// In what follows no failure ends an operation or is reported: who wants to
-// know what became of a slot looks at it.
+// No failure below ends an operation or is reported: the content of a slot
+// shows the result.
 
 void FwManager::backupImage(const std::string& src, const std::string& version)
 {
@@ -130,8 +130,7 @@ void FwManager::backupImage(const std::string& src, const std::string& version)
     removeSlot(slot);
     createSlot(slot);
     copyImage(imageIn(src), imageIn(slot));
-    // The copy is on the disk, and can be found there, before the original
-    // goes.
+    // The copy and its name are on the disk before the original is removed.
     synchroniseWithParents(slot);
     std::error_code ignored;
     fs::remove(imageIn(src), ignored);
@@ -159,8 +158,9 @@ void FwManager::verifyBackupImage(const std::string& running)
     {
         return;
     }
-    // Whoever filled the slot: the rename may reach the disk before the files,
-    // and a power cut would leave a verified slot with empty ones.
+    // Any program may have filled the slot. The rename may reach the disk
+    // before the files: a power cut would leave a verified slot with empty
+    // files.
     for (const auto& path : {imageIn(slot), versionFileIn(slot), slot})
     {
         os::synchronise(path);

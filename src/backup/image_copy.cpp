@@ -10,7 +10,7 @@
 
 #include <array>
 
-// Not by std::filesystem::copy_file(): it fails where a time of the source does
+// Not with std::filesystem::copy_file(): it fails if a time of the source does
 // not fit into its time_t (a date after 2038 in 32 bits), and a program that
 // another thread executes meanwhile inherits its descriptors.
 
@@ -22,7 +22,8 @@ namespace
 
 using os::Descriptor;
 
-/** Judged before it is opened: to open a device can have effects. */
+/** Checks the type before it opens the file: opening a device can have effects.
+ *  @return not open when the file is not regular or cannot be opened */
 Descriptor openRegularFile(const std::string& path)
 {
     struct statx status = {};

@@ -1,11 +1,11 @@
 /**
- * The three ways in which the library talks to the system bus. Each makes one
- * blocking call and keeps nothing.
+ * The three kinds of call that the library makes on the system bus. Each makes
+ * one blocking call and keeps nothing.
  *
- * Each has two phases. What fails while the message is prepared leaves as
- * sdbusplus::exception::SdBusError. What fails in the exchange (sending,
- * waiting, reading the reply) is handed to `report`, once, and gives the
- * result -1 instead of 0.
+ * Each has two phases. A failure while the message is prepared is thrown as
+ * sdbusplus::exception::SdBusError. A failure of the exchange (sending,
+ * waiting, reading the reply) is passed to `report`, once, and the result is -1
+ * instead of 0.
  */
 #pragma once
 
@@ -78,8 +78,8 @@ int setDbusProperty(sdbusplus::bus_t& bus, const DbusInterface& target,
 }
 
 /**
- * Gets a property that is a string; one of another type reads as "". The
- * value is only written when all went well.
+ * Gets a property that is a string; a property of another type reads as "". The
+ * value is written only on success.
  */
 template <typename Report>
 int getDbusProperty(sdbusplus::bus_t& bus, const DbusInterface& target,

@@ -13,13 +13,12 @@ using namespace fenmarch;
 namespace
 {
 
-/** @param operation  where the record of a failure says that it comes from */
+/** @param operation  the location in the log record of a failure */
 int setButtonMasked(
     sdbusplus::bus_t& bus, bool masked, const char* failure,
     const std::source_location& operation = std::source_location::current())
 {
-    // The buttons are served under the name of the host state, not under one
-    // of the chassis.
+    // The service of the host state owns the buttons, not one of the chassis.
     return setDbusProperty(
         bus, {services::hostState, objects::powerButton, interfaces::buttons},
         "ButtonMasked", masked, [&](const auto& error) {

@@ -13,7 +13,7 @@ using namespace fenmarch;
 namespace
 {
 
-/** A property of the software objects at one of the updater services. */
+/** A property of the software objects of one of the updater services. */
 struct SoftwareProperty
 {
     const char* service;
@@ -21,12 +21,13 @@ struct SoftwareProperty
     const char* property;
     /** What is logged when an exchange fails. */
     const char* failure;
-    /** The item of the BIOS release file that is kept in step, or null. */
+    /** The item of the BIOS release file that gets the same value, or null. */
     const char* releaseItem = nullptr;
 };
 
-// The messages are not all of one form, and that is how they are known: the
-// release date of the firmware family fails as its version does.
+// The messages do not all have the same form, and other programs know them so:
+// the release date of the firmware family fails with the message of its
+// version.
 
 constexpr SoftwareProperty bmcProgress{
     services::bmcUpdater, interfaces::activationProgress, "Progress",
@@ -66,8 +67,8 @@ DbusInterface softwareObject(const SoftwareProperty& row,
     return {row.service, objects::softwarePrefix + name, row.interface};
 }
 
-// The location is that of the public operation: some share a message, and only
-// the location shows which of them failed.
+// The location is that of the public operation: some operations share a
+// message, and only the location shows which of them failed.
 
 using Location = std::source_location;
 
@@ -88,7 +89,7 @@ int publish(sdbusplus::bus_t& bus, const SoftwareProperty& row,
                            logFailure(row, name, operation));
 }
 
-/** Publishes, and keeps the release file of the active BIOS in step. */
+/** Publishes a value, and writes it to the release file for the active BIOS. */
 int publishText(sdbusplus::bus_t& bus, const SoftwareProperty& row,
                 const std::string& name, const std::string& text,
                 const Location& operation = Location::current())

@@ -15,7 +15,7 @@ namespace
 
 constexpr auto requestedOption = "RequestedOption";
 
-/** The settings service knows the host's firmware as the BIOS. */
+/** The settings service calls the host's firmware "BIOS". */
 DbusInterface updateOptionOf(const std::string& name)
 {
     return {services::settings,

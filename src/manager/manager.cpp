@@ -15,7 +15,7 @@ namespace
 {
 
 /** The calling thread's default connection, which is closed when it is
- *  released; none where the bus cannot be reached. */
+ *  released; no connection when the bus cannot be reached. */
 sdbusplus::bus_t defaultConnection()
 {
     sd_bus* connection = nullptr;
@@ -29,15 +29,15 @@ sdbusplus::bus_t defaultConnection()
     }
     catch (const std::logic_error&)
     {
-        // The bus has given it no name: it is closed, broke while it was set
-        // up, or is the one of the process that forked this one.
+        // The connection has no name: it is closed, it broke while it was set
+        // up, or it belongs to the process that forked this one.
         return {nullptr, std::false_type()};
     }
 }
 
 } // namespace
 
-// Name and purpose are set in the bodies: the bus is open by then.
+// The bodies set name and purpose: the bus is open by then.
 
 FwManager::FwManager(VersionPurpose firmwarePurpose) : bus(defaultConnection())
 {

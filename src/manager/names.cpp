@@ -25,8 +25,8 @@ std::string getNameFromEnumString(std::string text)
     return dot == std::string::npos ? "" : text.substr(dot + 1);
 }
 
-// In the next two the handler converts once more on purpose: a value that is
-// no enumerator fails there too, and its exception reaches the caller.
+// The handlers of the next two functions convert again on purpose: for a value
+// that is not an enumerator this throws, and the caller gets that exception.
 
 std::string getNameFromVersionPurpose(VersionPurpose value)
 {
@@ -93,7 +93,7 @@ std::vector<std::string> processDotString(std::string text)
     auto comma = text.find(',');
     while (comma != std::string::npos)
     {
-        // Through a C string, so that a NUL ends the element.
+        // As a C string, so that a NUL ends the element.
         elements.emplace_back(text.substr(start, comma - start).c_str());
         start = comma + 1;
         comma = text.find(',', start);

@@ -17,13 +17,13 @@ namespace
 
 int reportUnopened(const std::string& path)
 {
-    // To standard output and without a line end, unlike everything else that
-    // the library reports.
+    // Unlike all other messages of the library, this one goes to standard
+    // output and has no line end.
     std::printf("Open file %s failed.", path.c_str());
     return -1;
 }
 
-/** What stands between the quotes of a line, which are not looked at. */
+/** The text between the quotes of a line; the quotes are not checked. */
 std::string valueIn(const std::string& line, std::string::size_type equals)
 {
     const auto start = equals == std::string::npos ? 1 : equals + 2;
@@ -46,7 +46,7 @@ int bmcReleaseFileRead(const std::string& path,
     {
         return reportUnopened(path);
     }
-    // Not by a stream, which takes a failed allocation for the end.
+    // Not with a stream, which treats a failed allocation as the end.
     std::string_view rest(*text);
     while (!rest.empty())
     {

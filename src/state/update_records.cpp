@@ -16,7 +16,7 @@ constexpr auto no = "no";
 
 } // namespace
 
-// The savers log what they are about to do, so also what then fails.
+// The savers log before they save, so they also log a save that fails.
 
 int FwManager::saveImageCheckResult(bool result)
 {

@@ -14,7 +14,7 @@ using namespace fenmarch;
 namespace
 {
 
-/** Stands for every entry and the length, in deleteVersion() alone. */
+/** Means every entry and the length; only deleteVersion() knows it. */
 constexpr int allVersions = 65535;
 
 std::string countKey(const std::string& activation)
@@ -39,7 +39,7 @@ void deleteStagedBios(sdbusplus::bus_t& bus,
         });
 }
 
-/** @param operation  where the records say that they come from */
+/** @param operation  the location in the log records */
 void deleteAllVersions(
     FwManager& manager, const std::string& activation,
     const std::source_location& operation = std::source_location::current())

@@ -21,8 +21,8 @@ constexpr int failed = -1;
 int FwManager::saveVersionStringFromInfo(std::string key, std::string value)
 {
     StoredDocument state(paths::stateFile, paths::stateLock);
-    // The status of the release is ignored here: a save reports what the set
-    // said, which has the new document on the disk already.
+    // The status of the release is ignored here: a save returns the status of
+    // the set, which has already written the new document to the disk.
     return state.isOpen() && state.set(name, key, value) == 0 ? succeeded
                                                               : failed;
 }
@@ -34,8 +34,8 @@ int FwManager::deleteVersionStringFromInfo(std::string key)
     {
         return failed;
     }
-    // Ignored, since what is not there is as good as deleted; a deletion that
-    // fails makes the release fail.
+    // The status is ignored: a missing record counts as deleted, and a deletion
+    // that fails makes the release fail.
     state.remove(name, key);
     return state.release();
 }

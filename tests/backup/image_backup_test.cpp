@@ -211,7 +211,7 @@ TEST_F(ImageBackup, AbsentMountMakesTheAreaUnusable)
     EXPECT_EQ(support::readFile(source / "firmware.tar"), "second");
 }
 
-TEST_F(ImageBackup, MountThatCannotBeJudgedLeavesAsAnException)
+TEST_F(ImageBackup, MountWhoseStatusCannotBeReadLeavesAsAnException)
 {
     receive("image");
     fs::create_symlink("loop", scratch.path / "loop");
@@ -433,14 +433,14 @@ TEST_F(ImageBackup, SlotWithoutAVersionHasTheEmptyOne)
     EXPECT_TRUE(fs::exists(verified));
 }
 
-TEST_F(ImageBackup, WithoutASlotVerifyingSaysNothing)
+TEST_F(ImageBackup, WithoutASlotVerifyingLogsNothing)
 {
     verify("1.0");
     EXPECT_TRUE(logged().empty());
     EXPECT_FALSE(fs::exists(root));
 }
 
-TEST_F(ImageBackup, WithoutAnAreaTheOthersSayNothing)
+TEST_F(ImageBackup, WithoutAnAreaTheOthersLogNothing)
 {
     configure("");
     verify("1.0");
@@ -639,7 +639,7 @@ TEST_F(ImageBackup, EmptyDirectoryInPlaceOfTheImageIsRemoved)
 TEST_F(ImageBackup, NothingButARegularFileIsOpenedAsTheImage)
 {
     fs::create_directories(source);
-    // Nobody writes to it: to open it would take for ever.
+    // It has no writer: opening it would wait for ever.
     const fs::path fifo = scratch.path / "fifo";
     support::checked(::mkfifo(fifo.c_str(), 0600), fifo);
     for (const fs::path& target : {fifo, fs::path("/dev/zero"), scratch.path})

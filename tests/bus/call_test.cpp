@@ -38,7 +38,7 @@ class Call : public support::BusTest
         return {"xyz.openbmc_project.Settings", objectPath, "a.b.Interface"};
     }
 
-    /** What a primitive hands the failure to: keeps its text. */
+    /** Receives the failure of a call and keeps its text. */
     auto report()
     {
         return [this](const sdbusplus::exception::exception& error) {
@@ -195,7 +195,7 @@ TEST_F(Call, FailureOfTheExchangeIsReportedOnce)
                                         "sd_bus_call: a.b.Error: no"}));
 }
 
-TEST_F(Call, PathThatIsNoneLeavesAsAnException)
+TEST_F(Call, InvalidPathLeavesAsAnException)
 {
     std::string value = "before";
     const auto expectThrow = [](auto primitive) {

@@ -137,7 +137,7 @@ TEST_F(SoftwareObjects, FailedWritersLogTheirMessageAndChangeNothing)
     }
 }
 
-TEST_F(SoftwareObjects, BmcWritersKeepTheReleaseFileOfTheActiveBiosInStep)
+TEST_F(SoftwareObjects, BmcWritersUpdateTheReleaseFileOfTheActiveBios)
 {
     for (const auto& writer : writers)
     {
@@ -233,7 +233,7 @@ TEST_F(SoftwareObjects, NulEndsATextOnTheBusAndNotInTheReleaseFile)
     EXPECT_EQ(releaseContent(), "VERSION_ID=\"1\0002\"\n"s);
 }
 
-TEST_F(SoftwareObjects, TextThatIsNoUtf8IsLoggedAndChangesNothing)
+TEST_F(SoftwareObjects, TextThatIsNotUtf8IsLoggedAndChangesNothing)
 {
     EXPECT_EQ(manager.setBmcVersion("bios_active", "\xff"), -1);
     EXPECT_EQ(logged().size(), 1U);

@@ -58,7 +58,7 @@ class Daemon : public support::BusTest
 
     [[nodiscard]] bool startAndAwait()
     {
-        // The bus notices the end of the daemon before a little later.
+        // The bus notices the end of the previous daemon a little later.
         if (!await([&] { return !isServed(); }))
         {
             return false;
@@ -228,7 +228,7 @@ TEST_F(Daemon, UnmasksTheButtonWhenItIsTerminated)
     EXPECT_NE(services.property(biosActive, "Progress"), "y 100");
 }
 
-TEST_F(Daemon, UnmasksWhatAKilledOneHasLeftMasked)
+TEST_F(Daemon, UnmasksTheButtonThatAKilledDaemonLeftMasked)
 {
     services.answer(biosActive, "Progress", Answer::never());
     ASSERT_TRUE(startAndAwait());

@@ -17,8 +17,8 @@ class Examples : public support::BusTest
                                            R"("}})");
     }
 
-    static support::Outcome run(const std::string& program,
-                                std::vector<std::string> arguments = {})
+    static support::ProcessResult run(const std::string& program,
+                                      std::vector<std::string> arguments = {})
     {
         arguments.insert(arguments.begin(),
                          std::string(EXAMPLES) + "/" + program);

@@ -1,4 +1,4 @@
-// What the life of a manager means for the service around it: for its threads,
+// How the lifetime of a manager affects the service that uses it: its threads,
 // its own use of the bus, and its child processes.
 
 #include "support/await.hpp"
@@ -90,8 +90,8 @@ class Lifetime : public support::BusTest
                0;
     }
 
-    /** The bus takes a name back a little after its owner has gone.
-     *  @return false when it has not after ten seconds */
+    /** Waits until the bus has released a name, a little after its owner ended.
+     *  @return false if it has not after ten seconds */
     bool nameIsGivenBack() const
     {
         return support::await([&] { return !nameIsTaken(); });
@@ -176,7 +176,7 @@ TEST_F(Lifetime, ManagersThatAreKeptLeaveTheDefaultConnectionOpen)
     EXPECT_TRUE(nameIsTaken());
 }
 
-TEST_F(Lifetime, ConnectionOfTheServicesOwnOutlivesEveryManager)
+TEST_F(Lifetime, SeparateConnectionOfTheServiceOutlivesEveryManager)
 {
     const Service service(connectionOfItsOwn());
     EXPECT_EQ(nameOf("Host"), "Host");

@@ -40,7 +40,7 @@ static_assert(std::is_same_v<decltype(FwManager::purpose), VersionPurpose>);
 static_assert(std::is_same_v<decltype(FwManager::name), std::string>);
 static_assert(std::is_same_v<decltype(FwManager::bus), sdbusplus::bus_t>);
 
-TEST_F(Manager, MembersStandInTheirOrder)
+TEST_F(Manager, MembersHaveTheRequiredOrder)
 {
     const FwManager manager;
     const void* const purpose = &manager.purpose;

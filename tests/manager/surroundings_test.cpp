@@ -1,5 +1,5 @@
-// What the surroundings of a service do to a call: signals, a service that is
-// the service itself, a journal that stands still.
+// How the surroundings of a service affect a call: signals, a called service
+// that is the caller itself, a journal that has stopped.
 
 #include "support/await.hpp"
 #include "support/bus_pointers.hpp"

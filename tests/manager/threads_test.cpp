@@ -1,4 +1,4 @@
-// What managers of several threads share is the files, the bus and the process.
+// Managers of several threads share the files, the bus and the process.
 
 #include "support/library_test.hpp"
 

@@ -1,5 +1,5 @@
-// How long a bus or a service that does not answer holds its caller up, with
-// the time-outs of the platform. The cases wait side by side.
+// How long a caller waits for a bus or a service that does not answer, with the
+// time-outs of the platform. The cases wait at the same time.
 
 #include "support/checked.hpp"
 #include "support/child.hpp"
@@ -33,14 +33,14 @@ using support::Answer;
 
 constexpr auto button = "/xyz/openbmc_project/chassis/buttons/power";
 
-/** A bus that lets its clients connect, and answers none of their calls. */
+/** A bus that lets its clients connect, and does not answer their calls. */
 class SilentBus
 {
   public:
     enum class Kind
     {
-        mute,         //!< says nothing at all
-        authenticates //!< says what comes before the first call
+        mute,         //!< sends nothing at all
+        authenticates //!< sends only what precedes the first call
     };
 
     explicit SilentBus(Kind kind)
@@ -78,7 +78,7 @@ class SilentBus
         socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0), "socket")};
 };
 
-/** What a manager took, in seconds. */
+/** The time that a manager needed, in seconds. */
 struct Taken
 {
     double constructor = 0;
@@ -197,7 +197,7 @@ TEST_F(Waiting, CallOfAServiceThatDoesNotAnswerTakes25Seconds)
     EXPECT_NEAR(taken.constructor + taken.destructor, 0, toleranceSeconds);
 }
 
-TEST_F(Waiting, BusThatSaysNothingTakes90SecondsOfAManager)
+TEST_F(Waiting, BusThatSendsNothingDelaysAManagerBy90Seconds)
 {
     const Taken& taken = lives().muteBus.taken();
     EXPECT_FALSE(taken.succeeded);
@@ -205,7 +205,7 @@ TEST_F(Waiting, BusThatSaysNothingTakes90SecondsOfAManager)
     EXPECT_NEAR(taken.all(), 90, toleranceSeconds);
 }
 
-TEST_F(Waiting, BusThatSaysNothingTakes90SecondsWithoutACallToo)
+TEST_F(Waiting, BusThatSendsNothingDelaysAManagerWithoutACallToo)
 {
     EXPECT_NEAR(lives().muteBusWithoutACall.taken().all(), 90,
                 toleranceSeconds);

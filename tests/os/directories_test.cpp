@@ -11,7 +11,7 @@ namespace
 
 using std::filesystem::is_directory;
 
-TEST(DirectoryOf, IsWhatStandsBeforeTheLastSlash)
+TEST(DirectoryOf, IsTheTextBeforeTheLastSlash)
 {
     EXPECT_EQ(os::directoryOf("/a/b/c"), "/a/b");
     EXPECT_EQ(os::directoryOf("a/b"), "a");
@@ -66,7 +66,7 @@ TEST_F(Directories, AreCreatedWithAllThatIsMissingAboveThem)
     EXPECT_EQ(support::statusOf(scratch.path / "a/b/c").st_mode & 0777U, 0750U);
 }
 
-TEST_F(Directories, MayBeNamedWithDotsAndSlashesThatSayNothing)
+TEST_F(Directories, MayBeNamedWithRedundantDotsAndSlashes)
 {
     EXPECT_EQ(create("a//b/./c/../d"), 0);
     EXPECT_TRUE(exists("a/b/d"));

@@ -57,14 +57,14 @@ TEST_F(OpenAtOnce, CreatesWithTheModeThatIsGivenOrThatOfTheProcess)
     EXPECT_EQ(support::statusOf(absent + "2").st_mode & 0777U, 0600U);
 }
 
-TEST_F(OpenAtOnce, SaysWhyItFails)
+TEST_F(OpenAtOnce, ReportsWhyItFails)
 {
     errno = 0;
     EXPECT_FALSE(os::openAtOnce(absent, O_RDONLY).isOpen());
     EXPECT_EQ(errno, ENOENT);
 }
 
-TEST_F(LetWait, TakesBackThatNothingIsWaitedFor)
+TEST_F(LetWait, MakesCallsWaitAgain)
 {
     const auto opened = os::openAtOnce(fifo, O_RDWR);
     EXPECT_EQ(::fcntl(opened.get(), F_GETFL) & O_NONBLOCK, O_NONBLOCK);
@@ -78,7 +78,7 @@ TEST_F(Synchronise, TakesFilesAndDirectories)
     EXPECT_EQ(os::synchronise(scratch.path), 0);
 }
 
-TEST_F(Synchronise, SaysWhyItFails)
+TEST_F(Synchronise, ReportsWhyItFails)
 {
     EXPECT_EQ(os::synchronise(absent), ENOENT);
     EXPECT_EQ(os::synchronise(fifo), EINVAL);
@@ -90,7 +90,7 @@ TEST_F(RemoveAndSynchronise, RemovesTheFile)
     EXPECT_EQ(support::namesIn(scratch.path), std::vector<std::string>{"fifo"});
 }
 
-TEST_F(RemoveAndSynchronise, SaysWhyItFails)
+TEST_F(RemoveAndSynchronise, ReportsWhyItFails)
 {
     EXPECT_EQ(os::removeAndSynchronise(scratch.path, "absent"), ENOENT);
     EXPECT_EQ(os::removeAndSynchronise(absent, "file"), ENOENT);

@@ -1,4 +1,4 @@
-/* A service outside of the tree: it catches what the library throws. */
+/* A service outside the tree: it catches the exceptions of the library. */
 #include <libfenmarch.hpp>
 #include <sdbusplus/exception.hpp>
 

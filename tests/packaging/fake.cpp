@@ -1,4 +1,4 @@
-/* A unit test of a service, with a class of its own in the library's place. */
+/* A unit test of a service that replaces the library by its own class. */
 #include <libfenmarch.hpp>
 
 #include <type_traits>

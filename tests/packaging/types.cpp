@@ -1,4 +1,4 @@
-/* A part of a service that uses the enumerations alone. */
+/* A part of a service that uses only the enumerations. */
 #include <libfenmarch.hpp>
 
 using phosphor::software::updater::Activations;

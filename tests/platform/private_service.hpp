@@ -13,7 +13,8 @@
 namespace platform
 {
 
-/** A bus on which one service, "a.b.Service", answers as it is told. */
+/** A bus with one service, "a.b.Service", that answers by the rules of a test.
+ */
 class PrivateService : public testing::Test
 {
   protected:

@@ -24,7 +24,7 @@ static_assert(
     std::is_base_of_v<sdbusplus::exception::exception, InvalidEnumString>);
 static_assert(std::is_final_v<InvalidEnumString>);
 
-TEST(SdBusError, OfAnErrorNumberTellsItsSystemError)
+TEST(SdBusError, OfAnErrorNumberHasItsSystemError)
 {
     const SdBusError error(ENOTCONN, "step");
 
@@ -35,7 +35,7 @@ TEST(SdBusError, OfAnErrorNumberTellsItsSystemError)
     EXPECT_EQ(error.get_errno(), ENOTCONN);
 }
 
-TEST(SdBusError, OfABusErrorTellsItsNameAndText)
+TEST(SdBusError, OfABusErrorHasItsNameAndText)
 {
     sd_bus_error source{};
     sd_bus_error_set(&source, "a.b.Error.Busy", "Not now");
@@ -71,7 +71,7 @@ TEST(SdBusError, AssignedErrorTakesTheTextsOver)
     EXPECT_STREQ(error.description(), "Device or resource busy");
 }
 
-TEST(InvalidEnumString, TellsItsNameAndText)
+TEST(InvalidEnumString, HasItsNameAndText)
 {
     try
     {

@@ -20,7 +20,7 @@ using support::Answer;
 namespace
 {
 
-/** Fails the one step that it is told to. */
+/** Lets one chosen step fail. */
 class FailingStep : public sdbusplus::SdBusImpl
 {
   public:

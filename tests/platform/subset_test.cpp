@@ -1,5 +1,5 @@
-// What holds for the subsets in subprojects/ and not for every state of the
-// packages that they stand in for.
+// Properties of the subsets in subprojects/ that not every version of the
+// replaced packages has.
 
 #include "private_service.hpp"
 #include "support/thrown.hpp"
@@ -110,7 +110,7 @@ TEST(SubsetSdBusError, LeavesItsSourceEmpty)
     EXPECT_EQ(sd_bus_error_is_set(&source), 0);
 }
 
-TEST(SubsetSdBusError, WithoutATextTellsTheNameAlone)
+TEST(SubsetSdBusError, WithoutATextHasOnlyTheName)
 {
     sd_bus_error source{"a.b.Error.Busy", nullptr, 0};
 

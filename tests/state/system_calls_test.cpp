@@ -84,15 +84,15 @@ class SystemCalls : public support::LibraryTest
         return result;
     }
 
-    /** Options of strace: calls that do this fail with EIO, if a path is given
-     *  those alone that name it or a descriptor of it. */
+    /** Options of strace: calls that do this fail with EIO. If a path is given,
+     *  only calls on this path or on a descriptor of it fail. */
     static std::vector<std::string> failing(const std::string& name,
                                             const std::string& path = "")
     {
         return injecting("error=EIO", name, path);
     }
 
-    /** Likewise with a fault or a signal, as strace names it. */
+    /** The same with a fault or a signal, as strace names it. */
     static std::vector<std::string> injecting(const std::string& fault,
                                               const std::string& name,
                                               const std::string& path = "")
@@ -100,7 +100,7 @@ class SystemCalls : public support::LibraryTest
         std::string calls;
         for (const auto& call : support::systemNamesOf(name))
         {
-            // Not each machine has each.
+            // Not every machine has every call.
             calls += (calls.empty() ? "?" : ",?") + call;
         }
         std::vector<std::string> options{"-e", "inject=" + calls + ":" + fault};
@@ -282,7 +282,7 @@ TEST_F(SystemCalls, FileThatCannotBeSynchronisedFailsTheSave)
               std::vector<std::string>{"version.json"});
 }
 
-TEST_F(SystemCalls, TemporaryGoesBeforeTheLock)
+TEST_F(SystemCalls, TemporaryIsRemovedBeforeTheLockIsReleased)
 {
     trace("save", failing("rename"));
     const auto last = [&](const char* name) {
@@ -325,7 +325,7 @@ TEST_F(SystemCalls, DeletingAllGoesUpFromTheFirstEntryToTheLength)
         manager.saveVersion("Active", 1, "2.0");
         manager.saveVersion("Active", 2, "3.0");
         manager.saveVersionCount("Active", 3);
-        // Of all deletions just this one, counted from 1, does nothing.
+        // Only this deletion, counted from 1, does nothing.
         trace("delete all",
               injecting("error=EIO:when=" + std::to_string(i + 1), "rename"));
         for (const auto& record : records)
@@ -355,7 +355,7 @@ TEST_F(SystemCalls, ChangesAreLoggedBeforeTheyAreMade)
     }
 }
 
-TEST_F(SystemCalls, TemporaryIsItsWritersAloneUntilItHasModeAndOwner)
+TEST_F(SystemCalls, OnlyTheWriterCanOpenTheTemporaryUntilItHasModeAndOwner)
 {
     trace("save");
     std::vector<std::string> order;
@@ -456,7 +456,7 @@ class MountedBackup : public BackupCalls
     std::optional<support::Mount> mount;
 };
 
-TEST_F(MountedBackup, IsOnTheDiskBeforeTheOriginalGoes)
+TEST_F(MountedBackup, IsOnTheDiskBeforeTheOriginalIsRemoved)
 {
     trace("back up");
     EXPECT_EQ(effects(), wholeBackup) << inLines(lines);
@@ -475,7 +475,7 @@ TEST_F(MountedBackup, DirectoryWhoseDeviceIsUnknownIsSynchronised)
     EXPECT_TRUE(synchronised("/")) << inLines(lines);
 }
 
-TEST_F(MountedBackup, AnotherDeviceOnTheWayIsLeftOut)
+TEST_F(MountedBackup, DirectoryOnAnotherDeviceIsNotSynchronised)
 {
     configure(disk + "/../backup");
     trace("back up");
@@ -522,7 +522,7 @@ TEST_F(BackupCalls, NoDescriptorIsInheritedByAProgramThatIsExecuted)
     }
 }
 
-TEST_F(BackupCalls, VersionOfTheOldSlotGoesFirst)
+TEST_F(BackupCalls, VersionOfTheOldSlotIsRemovedFirst)
 {
     support::run({TRACED_OPERATION, "back up"});
     trace("back up");
@@ -533,7 +533,7 @@ TEST_F(BackupCalls, VersionOfTheOldSlotGoesFirst)
     EXPECT_EQ(order[1], "sync " + slot);
 }
 
-TEST_F(BackupCalls, VersionOfTheVerifiedSlotGoesFirst)
+TEST_F(BackupCalls, VersionOfTheVerifiedSlotIsRemovedFirst)
 {
     support::run({TRACED_OPERATION, "back up"});
     support::run({TRACED_OPERATION, "verify"});

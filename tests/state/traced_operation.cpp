@@ -1,4 +1,4 @@
-// One operation of the library between two marks that a tracer sees.
+// Runs one operation of the library between two marks that a tracer sees.
 
 #include <libfenmarch.hpp>
 
@@ -97,7 +97,7 @@ int main(int, char** arguments)
     const auto operation = operations().at(arguments[1]);
     // The tracer says when.
     static_cast<void>(std::signal(SIGUSR1, writeShortState));
-    // An operation without an end shall not fill the disk with its trace.
+    // An operation that does not end must not fill the disk with its trace.
     constexpr unsigned mostSeconds = 10;
     ::alarm(mostSeconds);
     FwManager manager("BMC");

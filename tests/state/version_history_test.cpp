@@ -104,7 +104,7 @@ TEST_F(VersionHistory, SaveThatFailsIsLoggedOnceAndReported)
     EXPECT_EQ(records[1].at("PRIORITY"), "6");
 }
 
-TEST_F(VersionHistory, EntriesAndLengthGoTheirOwnWays)
+TEST_F(VersionHistory, EntriesAndLengthAreIndependent)
 {
     ASSERT_EQ(host.saveVersionCount("Staged", 1), 0);
     ASSERT_EQ(host.saveVersion("Staged", 5, "beyond"), 0);
@@ -113,7 +113,7 @@ TEST_F(VersionHistory, EntriesAndLengthGoTheirOwnWays)
     EXPECT_EQ(host.getVersion("Staged", 5), "beyond");
 }
 
-TEST_F(VersionHistory, ActivationsAndFirmwaresAreApart)
+TEST_F(VersionHistory, ActivationsAndFirmwaresAreSeparate)
 {
     saveHistory(host, "Staged", 2);
     EXPECT_EQ(host.getVersionCount("Active"), 0);
@@ -239,7 +239,7 @@ TEST_F(VersionHistory, DeletingAllRemovesALongHistoryToo)
 )");
 }
 
-TEST_F(VersionHistory, DeletingAllOfALengthBelowOneRemovesTheLengthAlone)
+TEST_F(VersionHistory, DeletingAllOfALengthBelowOneRemovesOnlyTheLength)
 {
     for (const int count : {0, -1})
     {

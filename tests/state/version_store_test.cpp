@@ -67,7 +67,7 @@ TEST_F(VersionStore, RecordsOutliveTheManager)
     EXPECT_EQ(bmc.getVersionStringFromInfo("version"), "1.0");
 }
 
-TEST_F(VersionStore, DeletedRecordIsGone)
+TEST_F(VersionStore, DeletionRemovesTheRecord)
 {
     ASSERT_EQ(bmc.saveVersionStringFromInfo("a", "1"), 0);
     ASSERT_EQ(bmc.saveVersionStringFromInfo("b", "2"), 0);

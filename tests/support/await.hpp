@@ -6,11 +6,11 @@
 namespace support
 {
 
-/** How long a test waits for what has to happen. */
+/** The longest time that a test waits for something that must happen. */
 inline constexpr auto patience = std::chrono::seconds(10);
 
-/** Waits until the condition holds, which is asked again and again.
- *  @return false when it does not within the time above */
+/** Waits until the condition holds, and checks it again and again.
+ *  @return false if it does not hold within the time above */
 template <typename Condition>
 bool await(Condition condition)
 {

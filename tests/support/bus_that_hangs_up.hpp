@@ -9,23 +9,23 @@ namespace support
 {
 
 /**
- * Listens where the system bus listens, which must be stopped: authenticates
- * its clients, and answers none of their calls but Hello, if at all.
+ * Listens at the address of the system bus, which must be stopped.
+ * Authenticates its clients, and answers at most their call Hello.
  */
 class BusThatHangsUp
 {
   public:
     enum class When
     {
-        atHello,     //!< closes a connection when its client says Hello
+        atHello,     //!< closes a connection when its client calls Hello
         afterClient, //!< leaves that to its client
     };
 
     /** @throws std::system_error when it cannot listen */
     explicit BusThatHangsUp(When when = When::atHello);
 
-    /** Answers Hello with this name, of up to 100 characters, and leaves the
-     *  hanging up to its clients. */
+    /** Answers Hello with this name of up to 100 characters, and lets the
+     *  clients close their connections. */
     explicit BusThatHangsUp(const std::string& nameOfClients);
 
     ~BusThatHangsUp();

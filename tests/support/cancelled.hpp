@@ -11,11 +11,11 @@
 namespace support
 {
 
-/** What came of work in a thread that was asked to end before it began. */
+/** The result of work in a thread that was cancelled before it began. */
 struct Cancelled
 {
     bool workDone = false;
-    /** At the first chance after the work. */
+    /** Whether the thread ended at the first cancellation point afterwards. */
     bool threadCancelled = false;
 };
 

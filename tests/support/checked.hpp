@@ -7,7 +7,7 @@
 namespace support
 {
 
-/** Throws errno; the text starts with what was tried. */
+/** Throws errno as std::system_error; its text starts with what was tried. */
 [[noreturn]] inline void throwErrno(const std::string& what)
 {
     throw std::system_error(errno, std::generic_category(), what);

@@ -60,8 +60,8 @@ int waitFor(pid_t pid)
 
 } // namespace
 
-Outcome run(const std::vector<std::string>& command,
-            const std::vector<std::string>& variables)
+ProcessResult run(const std::vector<std::string>& command,
+                  const std::vector<std::string>& variables)
 {
     std::array<int, 2> ends{};
     checked(::pipe2(ends.data(), O_CLOEXEC), "pipe2");
@@ -73,7 +73,7 @@ Outcome run(const std::vector<std::string>& command,
         execute(command, variables);
     }
     ::close(ends[1]);
-    Outcome outcome;
+    ProcessResult outcome;
     std::array<char, 4096> buffer{};
     ssize_t got = 0;
     while ((got = ::read(ends[0], buffer.data(), buffer.size())) > 0)

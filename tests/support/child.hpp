@@ -10,23 +10,23 @@ namespace support
 {
 
 /** How a process ended, and what it wrote. */
-struct Outcome
+struct ProcessResult
 {
     /** The exit status, or minus the number of the signal that ended it. */
     int status = 0;
-    /** Standard output and standard error, as they came. */
+    /** Standard output and standard error, in the order of arrival. */
     std::string output;
 };
 
-/** Runs a program to its end, searched in PATH. Variables are "NAME=value"
- *  and come on top of the environment. */
-Outcome run(const std::vector<std::string>& command,
-            const std::vector<std::string>& variables = {});
+/** Runs a program from PATH to its end. Variables are "NAME=value" and are
+ *  added to the environment. */
+ProcessResult run(const std::vector<std::string>& command,
+                  const std::vector<std::string>& variables = {});
 
 /**
- * A forked child that runs a function and exits with its result, 125 for an
- * exception. Killed at the end if it still runs, and when the thread that made
- * it ends.
+ * A forked child that runs a function and exits with its result, or with 125
+ * for an exception. The destructor kills the child if it still runs; so does
+ * the end of the thread that made it.
  */
 class Child
 {
@@ -37,13 +37,13 @@ class Child
     Child(const Child&) = delete;
     Child& operator=(const Child&) = delete;
 
-    /** Waits for the end; the result is as Outcome::status. */
+    /** Waits for the end; the result is as ProcessResult::status. */
     int wait();
 
     void signal(int number) const;
 
-    /** Waits until the child waits for a flock(2) that another one holds.
-     *  @return false when that has not happened within ten seconds */
+    /** Waits until the child waits for a flock(2) that another process holds.
+     *  @return false if that has not happened within ten seconds */
     bool waitsForLock() const;
 
   private:

@@ -13,7 +13,7 @@ class Descriptor
   public:
     Descriptor() = default;
 
-    /** Takes the descriptor over; a negative one stands for none. */
+    /** Takes ownership of the descriptor; a negative number means none. */
     explicit Descriptor(int descriptor) : number(descriptor)
     {
     }

@@ -52,7 +52,7 @@ bool isSet(sd_bus_message* call)
     return isPropertiesCall(call, "Set", "ssv");
 }
 
-/** The property of a Get or Set; what is read next is the value. */
+/** The property of a Get or Set; the value is next to read. */
 PropertyKey readKey(sd_bus_message* call)
 {
     checkedSystemd(sd_bus_message_rewind(call, 1), "sd_bus_message_rewind");
@@ -71,7 +71,7 @@ PropertyValue readValue(sd_bus_message* call)
     return {variant.substr(0, space), variant.substr(space + 1)};
 }
 
-/** What a rule calls the member of this call. */
+/** The name of this call's member in a rule. */
 std::string addressedMember(sd_bus_message* call)
 {
     return isGet(call) || isSet(call)

@@ -20,14 +20,14 @@ struct PropertyValue
     std::string text;
 };
 
-/** An object path and a property of it; a property is one whatever the
- *  interface it is asked for through. */
+/** An object path and a property of it. The interface does not matter: all
+ *  interfaces of an object share its properties. */
 using PropertyKey = std::pair<std::string, std::string>;
 
 /**
- * The objects of the fake services: what they hold, how they are told to
- * answer, what reached them. Replies go out on the connection of the call; the
- * caller sees to it that one thread at a time is here.
+ * The objects of the fake services: their properties, the rules for their
+ * answers, and the calls that reached them. Replies are sent on the connection
+ * of the call. Not thread-safe.
  */
 class FakeObjects
 {
@@ -37,7 +37,7 @@ class FakeObjects
     std::optional<PropertyValue> property(const PropertyKey& key) const;
     std::vector<RecordedCall> takeCalls();
 
-    /** Records the call; the result is what the rules say to it. */
+    /** Records the call and returns the answer that the rules give it. */
     Answer receive(sd_bus_message* call);
 
     /** Replies as an ordinary service does. */

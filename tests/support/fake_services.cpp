@@ -42,7 +42,7 @@ BusPointer connect()
     return bus;
 }
 
-/** A string alone is its own text; all other text is in words. */
+/** A single string stands as it is; other values have the busctl form. */
 PropertyValue fromText(const std::string& signature, const std::string& text)
 {
     const bool string =
@@ -53,8 +53,8 @@ PropertyValue fromText(const std::string& signature, const std::string& text)
 } // namespace
 
 /**
- * The connection and its thread. The mutex guards all of it, the connection
- * included: the thread lets go of it only to wait.
+ * The connection and its thread. The mutex guards everything, including the
+ * connection: the thread releases the mutex only while it waits.
  */
 class FakeServices::Service
 {
@@ -193,7 +193,7 @@ int FakeServices::Service::handleMessage(sd_bus_message* message, void* service,
 
 void FakeServices::Service::handleCall(sd_bus_message* call)
 {
-    // Recorded before the reply: the caller who has it finds the call.
+    // Recorded before the reply: a caller with a reply finds its call.
     const Answer reply = objects.receive(call);
     switch (reply.kind)
     {

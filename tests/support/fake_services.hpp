@@ -28,7 +28,7 @@ struct RecordedCall
     bool operator==(const RecordedCall&) const = default;
 };
 
-/** What a matching call is answered with. */
+/** The answer to a matching call. */
 struct Answer
 {
     /** As an ordinary service: Set stores, Get returns what is stored (or
@@ -75,12 +75,12 @@ struct Answer
 };
 
 /**
- * The services of a BMC that the library talks to, on one connection and a
- * thread of their own: they record every call, accept it, and can be told to
- * answer otherwise. One fake for the tests and the demo.
+ * The services of a BMC that the library calls, on one connection with its own
+ * thread. They record every call and accept it, unless a rule sets another
+ * answer. The tests and the demo both use them.
  *
- * A property is one whatever the interface it is asked for through. The
- * connection does not come back once the bus ends: a new object is needed.
+ * All interfaces of an object share its properties. The connection does not
+ * come back once the bus ends: a new object is needed.
  */
 class FakeServices
 {
@@ -101,8 +101,8 @@ class FakeServices
 
     /**
      * From now on every call to this object path and member (for Set and Get:
-     * of this property) is answered so. An empty member stands for all
-     * members of the object. The latest rule that matches wins.
+     * of this property) gets this answer. An empty member means all members of
+     * the object. The latest rule that matches wins.
      *
      * @throws std::invalid_argument when the value is not of its type
      */
@@ -114,7 +114,7 @@ class FakeServices
     std::vector<RecordedCall> takeCalls();
 
     /** Sets a property as the services' own side does; the value is as in
-     *  Answer::value(). No signal tells of it.
+     *  Answer::value(). No signal is sent.
      *  @throws std::invalid_argument when the value is not of its type */
     void setProperty(const std::string& path, const std::string& property,
                      const std::string& signature, const std::string& value);

@@ -56,7 +56,7 @@ class FakeServicesTest : public testing::Test
                            "xyz.openbmc_project.Object.Delete", "Delete");
     }
 
-    /** The asynchronous calls whose replies came, in their order. */
+    /** The asynchronous calls that got a reply, in the order of the replies. */
     std::vector<std::string> replies;
 
     /** Sends a Get; its property joins the replies once it is answered. */

@@ -9,7 +9,7 @@
 namespace support
 {
 
-/** An empty directory of the test's own, removed with all that is in it. */
+/** An empty directory for one test, removed with all its content. */
 class ScratchDirectory
 {
   public:
@@ -31,8 +31,8 @@ void writeFile(const std::filesystem::path& path, const std::string& content);
 /** The names in a directory, sorted. */
 std::vector<std::string> namesIn(const std::filesystem::path& directory);
 
-/** Makes a file, a directory or a link one of the year 2040, whose times do not
- *  fit into 32 bits. */
+/** Sets the times of a file, a directory or a link to the year 2040: they do
+ * not fit into 32 bits. */
 void setYear2040(const std::filesystem::path& path);
 
 /** Inode, mode, owner and times, links not followed. */
@@ -41,8 +41,8 @@ struct stat statusOf(const std::filesystem::path& path);
 /** Whether it is the same file, not written since. */
 bool untouched(const struct stat& before, const struct stat& after);
 
-/** Fills the file system that holds this directory up; the result is the file
- *  to remove for room again. */
+/** Fills the file system of this directory. Returns the file whose removal
+ * frees the space again. */
 std::filesystem::path fillUp(const std::filesystem::path& directory);
 
 } // namespace support

@@ -6,7 +6,7 @@
 namespace support
 {
 
-/** Where the library and its tests write, and nowhere else. */
+/** The only places where the library and its tests write. */
 inline constexpr std::array<std::string_view, 6> fixedPaths{
     "/etc/bios-release",           "/etc/default/firmware",
     "/usr/share/firmware",         "/run/lock/firmware",

@@ -31,8 +31,8 @@ namespace
 
 using Paths = std::vector<fs::path>;
 
-/** What to remove, a path in each line. It is there while a process is in
- *  place, and after one that was killed. */
+/** The paths to remove, one in each line. It exists while a process is in
+ *  place, and after a process in place was killed. */
 constexpr auto record = "/etc/libfenmarch-in-place";
 
 std::string joined(const Paths& paths, const std::string& separator)
@@ -47,7 +47,7 @@ std::string joined(const Paths& paths, const std::string& separator)
 
 void writeRecord(const Paths& paths)
 {
-    // A path that is cut off would be another directory's.
+    // A path that is cut off would name another directory.
     const std::string whole = std::string(record) + ".new";
     writeFile(whole, joined(paths, "\n") + '\n');
     fs::rename(whole, record);
@@ -106,8 +106,8 @@ void refuseExistingPaths()
     }
 }
 
-/** The topmost of the directories above the path, or the path itself, that
- *  does not exist yet: all of it is going to be the tests' own. */
+/** The topmost directory above the path that does not exist yet, or the path
+ *  itself: the tests will create everything below it. */
 fs::path firstMissing(const fs::path& path)
 {
     fs::path current = path;
@@ -154,7 +154,7 @@ int awaitEnd(pid_t child, const sigset_t& signals)
     return status;
 }
 
-/** What the child left running has become children of this process. */
+/** Processes that the child left running are now children of this process. */
 void endChildren()
 {
     pid_t child = 0;
@@ -193,13 +193,13 @@ void endChildren()
     endAs(status);
 }
 
-/** Returns in a child, which this process stays behind for. */
+/** Returns in a child; this process stays behind and waits for it. */
 void goOnInChild()
 {
     const sigset_t signals = signalsAwaited();
     sigset_t before;
     checked(sigprocmask(SIG_BLOCK, &signals, &before), "sigprocmask");
-    // An emulator may not know it: what runs then is left running.
+    // An emulator may not know it: then such processes keep running.
     prctl(PR_SET_CHILD_SUBREAPER, 1);
     const pid_t parent = getpid();
     const pid_t child = checked(fork(), "fork");

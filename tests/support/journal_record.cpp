@@ -16,7 +16,7 @@ using Field = std::pair<std::string, std::string>;
 
 constexpr std::size_t lengthBytes = 8;
 
-/** As the journal checks the names that clients send. */
+/** Checks a name as the journal checks the names that clients send. */
 bool validName(std::string_view name)
 {
     const auto allowed = [](char c) {
@@ -56,7 +56,7 @@ std::string cutCounted(std::string_view& rest)
     return value;
 }
 
-/** Takes the first field off the rest. */
+/** Removes the first field from the rest and returns it. */
 Field cutField(std::string_view& rest)
 {
     const std::size_t end = rest.find('\n');

@@ -10,9 +10,9 @@ namespace support
 /** One record as it reached the journal: every field by its name. */
 using JournalRecord = std::map<std::string, std::string>;
 
-/** The field, impossible in the journal, by which a record says that it is
- *  not what the journal accepts; the value says why. The fields before the
- *  fault stand beside it. */
+/** A field that marks a record which the journal would not accept; its value is
+ *  the reason. The journal itself cannot have a field of this name. The record
+ *  also has the fields before the fault. */
 inline constexpr const char* malformedField = "malformed";
 
 /** Reads one datagram in the journal's native format: `KEY=value` lines, and

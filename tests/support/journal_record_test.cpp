@@ -44,14 +44,14 @@ TEST(JournalRecord, ReadsACountByItsLowestByteFirst)
               (JournalRecord{{"TEXT", value}}));
 }
 
-TEST(JournalRecord, KeepsWhatStandsBeforeAFault)
+TEST(JournalRecord, KeepsTheFieldsBeforeAFault)
 {
     EXPECT_EQ(
         parseJournalRecord("A=1\nb=2\nC=3\n"),
         (JournalRecord{{"A", "1"}, {"malformed", "not a field name: 'b'"}}));
 }
 
-TEST(JournalRecord, SaysWhatIsMalformed)
+TEST(JournalRecord, ReportsWhatIsMalformed)
 {
     EXPECT_EQ(faultOf(""), "no field at all");
     EXPECT_EQ(faultOf("A=1"), "a line does not end");

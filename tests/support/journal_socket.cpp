@@ -31,7 +31,7 @@ namespace
 constexpr std::string_view socketPath = "/run/systemd/journal/socket";
 constexpr std::chrono::seconds takeDeadline{10};
 
-// Datagrams of the reader's own: no record begins with a zero byte.
+// Datagrams that the reader sends itself: no record begins with a zero byte.
 constexpr std::string_view barrier("\0barrier", 8);
 constexpr std::string_view farewell("\0farewell", 9);
 
@@ -84,8 +84,8 @@ std::string readFile(int file)
     return content;
 }
 
-/** Waits for the next datagram; a big record comes as a file instead, and its
- *  content is returned. */
+/** Waits for the next datagram. For a big record, which arrives as a file, it
+ *  returns the content of the file. */
 std::string receive(int socket)
 {
     const auto size =
@@ -119,7 +119,8 @@ class JournalSocket::Reader
     {
     }
 
-    // Without the farewell the join would wait for ever: better no process.
+    // Without the last datagram the join would wait for ever, so an exception
+    // ends the process.
     // NOLINTNEXTLINE(bugprone-exception-escape)
     ~Reader()
     {

@@ -12,8 +12,8 @@ namespace support
  * A datagram socket at the journal's own path: receives what this process and
  * its children log. enterSandbox() comes first.
  *
- * Senders never wait for take(): a thread empties the socket. What the journal
- * would not accept arrives as a record with the field malformedField.
+ * Senders never wait for take(): a thread empties the socket. A record that the
+ * journal would not accept has the field malformedField.
  */
 class JournalSocket
 {

@@ -8,7 +8,7 @@ namespace support
 namespace
 {
 
-/** One for the process: a daemon for each test would only cost time. */
+/** One daemon for the process: one for each test would only cost time. */
 PrivateBus& sharedBus()
 {
     static PrivateBus bus;

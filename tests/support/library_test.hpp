@@ -16,8 +16,8 @@ namespace support
 {
 
 /**
- * What a test of the library starts from: none of its files, its own system
- * bus without services, and a journal.
+ * The start of every test of the library: no files of the library, a private
+ * system bus without services, and a journal.
  */
 class LibraryTest : public testing::Test
 {
@@ -33,8 +33,8 @@ class LibraryTest : public testing::Test
 
     /**
      * What was logged since the last call, each record without the fields that
-     * depend on the source and the process: what is left is MESSAGE,
-     * LOG2_FMTMSG, PRIORITY and the fields of the message.
+     * depend on the source and the process: only MESSAGE, LOG2_FMTMSG, PRIORITY
+     * and the fields of the message.
      */
     std::vector<JournalRecord> logged();
 
@@ -49,7 +49,7 @@ JournalRecord errorRecord(const std::string& message,
                           const std::string& asWritten,
                           const JournalRecord& fields);
 
-/** Likewise at informational level. */
+/** The same at informational level. */
 JournalRecord infoRecord(const std::string& message,
                          const std::string& asWritten,
                          const JournalRecord& fields);
@@ -73,7 +73,7 @@ RecordedCall setCall(const Property& property, const std::string& value);
 /** Shows a call in a failed expectation. */
 void PrintTo(const RecordedCall& call, std::ostream* out);
 
-/** As LibraryTest, with the services of the BMC. */
+/** LibraryTest with the services of the BMC. */
 class BusTest : public LibraryTest
 {
   public:

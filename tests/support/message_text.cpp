@@ -126,7 +126,7 @@ std::size_t completeType(std::string_view signature)
     return length + 1;
 }
 
-/** Takes the words off a text. */
+/** Reads a text word by word. */
 class Words
 {
   public:

@@ -19,7 +19,7 @@ namespace support
  *  @throws std::system_error when the message cannot be read */
 std::string bodyText(sd_bus_message* message);
 
-/** The text of the next value alone, which is left behind. */
+/** Reads only the next value and returns its text. */
 std::string nextValueText(sd_bus_message* message);
 
 /**
@@ -30,7 +30,7 @@ std::string nextValueText(sd_bus_message* message);
 void appendText(sd_bus_message* message, const std::string& signature,
                 const std::string& text);
 
-/** A string in quotes, as it stands in such a text. */
+/** A string in quotes, as in such a text. */
 std::string quoted(const std::string& string);
 
 } // namespace support

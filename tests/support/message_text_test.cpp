@@ -22,7 +22,7 @@ using support::quoted;
 namespace
 {
 
-/** Messages exist on a connection only. */
+/** A message needs a connection. */
 class MessageText : public testing::Test
 {
   protected:

@@ -19,7 +19,8 @@ namespace fs = std::filesystem;
 namespace
 {
 
-/** Ends the test that runs; GoogleTest knows this exception and adds none. */
+/** Ends the running test. GoogleTest knows this exception and reports no other
+ *  failure for it. */
 [[noreturn]] void skipTest(const std::string& reason)
 {
     [&] { GTEST_SKIP() << reason; }();

@@ -6,8 +6,8 @@
 namespace support
 {
 
-/** A file system that a test mounts, unmounted at the end. In place, where the
- *  machine may give no right to mount, the test is skipped then. */
+/** A file system that a test mounts; the destructor unmounts it. In place, a
+ *  test is skipped if the machine does not allow it to mount. */
 class Mount
 {
   public:

@@ -59,9 +59,9 @@ void makeMountsPrivate()
     {
         throwErrno("make the mounts private");
     }
-    // The root is no mount point, as in a plain chroot. To enter the namespace
-    // again leads to the root of the namespace, which is one. A bind of the
-    // root onto itself would be seen outside as long as nothing is private.
+    // The root is not a mount point, as in a plain chroot. Entering the
+    // namespace again leads to the root of the namespace, which is one. A bind
+    // of the root onto itself would be seen outside until it is private.
     const Descriptor root = openOnly("/", O_PATH | O_DIRECTORY);
     const Descriptor mountNamespace = openOnly("/proc/self/ns/mnt", O_RDONLY);
     checked(setns(mountNamespace.get(), CLONE_NEWNS), "leave the chroot");

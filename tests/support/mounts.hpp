@@ -15,12 +15,12 @@ void mountTmpfs(const std::filesystem::path& target, const char* mode);
 void bindMount(const std::filesystem::path& source,
                const std::filesystem::path& target);
 
-/** No mount of this namespace is seen elsewhere from now on. */
+/** From now on no mount of this namespace is seen in other namespaces. */
 void makeMountsPrivate();
 
 /**
  * An overlay of / whose changes go to the directories upper and work.
- * @return false, with nothing mounted, where the kernel has none to give
+ * @return false, with nothing mounted, if the kernel does not allow it
  */
 bool mountRootOverlay(const std::filesystem::path& target,
                       const std::filesystem::path& upper,

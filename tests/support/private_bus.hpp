@@ -8,8 +8,8 @@ namespace support
 {
 
 /**
- * A dbus-daemon of our own as the system bus: started by the constructor,
- * which returns once it accepts connections, and ended by the destructor.
+ * A private dbus-daemon as the system bus. The constructor starts it and
+ * returns once it accepts connections; the destructor ends it.
  *
  * It listens where the system bus listens, so enterSandbox() comes first. The
  * environment is set so that sd_bus_default() of this process and of its

@@ -65,7 +65,7 @@ TEST(PrivateBus, LetsAnyNameBeOwned)
     EXPECT_EQ(sd_bus_request_name(caller.get(), "a.b.C", 0), 1);
 }
 
-TEST(PrivateBus, SaysThatANameHasNoOwner)
+TEST(PrivateBus, ReportsThatANameHasNoOwner)
 {
     PrivateBus privateBus;
     Caller caller;

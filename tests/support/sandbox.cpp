@@ -31,7 +31,7 @@ namespace fs = std::filesystem;
 namespace
 {
 
-/** A directory that can be reached however its path is mounted over. */
+/** A directory that stays reachable when something is mounted over its path. */
 struct HeldDirectory
 {
     fs::path path;
@@ -194,7 +194,7 @@ bool enterNamespaces()
 {
     const uid_t user = geteuid();
     const gid_t group = getegid();
-    // Root of a container may have the right to the second alone.
+    // Root of a container may only have the right to the second.
     if (user == 0 && unshare(CLONE_NEWNS) == 0)
     {
         return true;

@@ -3,12 +3,12 @@
 namespace support
 {
 
-/** How the process was set apart from the host. */
+/** How the process was isolated from the host. */
 enum class Isolation
 {
     overlay, //!< as root: an overlay of / above a tmpfs, entered by chroot
     mirrors, //!< else: /etc and /usr/share mirrored in a mount namespace
-    inPlace  //!< asked for: not at all, but what is made is removed
+    inPlace  //!< on request: not at all, but new files are removed at the end
 };
 
 /** Has enterSandbox() stay in place, unless it is unset or empty. */
@@ -17,9 +17,9 @@ inline constexpr auto inPlaceVariable = "LIBFENMARCH_IN_PLACE";
 bool inPlaceIsAskedFor();
 
 /**
- * Sets this process apart, so that the fixed paths of the library can be used
- * without touching the host: what is written there disappears with the
- * process. At first none of them exists, whatever the host holds. /run is
+ * Isolates this process, so that it can use the fixed paths of the library
+ * without touching the host: everything written there disappears with the
+ * process. At first no fixed path exists, even if the host has it. /run is
  * fresh and holds only an empty /run/lock; /proc, /dev and the build and
  * source trees stay as they are.
  *
@@ -35,8 +35,8 @@ bool inPlaceIsAskedFor();
  *
  * Call it once, before the first thread and the first child start.
  *
- * @throws std::runtime_error with two lines: what stands in the way, and what
- *         to do. The process may be set apart by half and is to end.
+ * @throws std::runtime_error with two lines: what is missing, and what to do.
+ *         The process may be partly isolated then, and must end.
  */
 Isolation enterSandbox();
 

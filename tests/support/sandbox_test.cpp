@@ -109,7 +109,7 @@ std::string nameOf(Isolation isolation)
     return "";
 }
 
-/** How the kernel lets this user be set apart. */
+/** How the kernel allows this user to be isolated. */
 std::string isolationHere()
 {
     return inChild([] { return nameOf(enterSandbox()); });
@@ -428,7 +428,7 @@ bool callsCanBeRefused()
            }) == "there";
 }
 
-TEST(RefusedSandbox, SaysWhatIsMissingAndWhatToDo)
+TEST(RefusedSandbox, ReportsWhatIsMissingAndWhatToDo)
 {
     if (!callsCanBeRefused())
     {
@@ -478,12 +478,12 @@ TEST(RefusedSandbox, IsNamedWhereAUserNamespaceGivesNoRights)
 /** What the check before the build says, after its exit status. */
 std::string checkBeforeTheBuild()
 {
-    const support::Outcome outcome =
+    const support::ProcessResult outcome =
         support::run({SANDBOX_SOURCE_DIR "/tests/support/check_sandbox"});
     return std::to_string(outcome.status) + ": " + outcome.output;
 }
 
-TEST(CheckBeforeTheBuild, IsSilentWhereASandboxIsToBeHad)
+TEST(CheckBeforeTheBuild, IsSilentIfASandboxIsPossible)
 {
     if (!canBeSetApart())
     {
@@ -503,7 +503,7 @@ TEST_P(SandboxFor, IsFoundInAChrootByTheCheckBeforeTheBuild)
               "0: ");
 }
 
-TEST(CheckBeforeTheBuild, SaysTheSameOfRefusedNamespaces)
+TEST(CheckBeforeTheBuild, ReportsRefusedNamespacesInTheSameWay)
 {
     if (!callsCanBeRefused())
     {

@@ -10,7 +10,7 @@
 namespace support
 {
 
-/** A value that this process and the children that it forks have in common. */
+/** A value that this process shares with the children that it forks. */
 template <typename Value>
 class SharedMemory
 {

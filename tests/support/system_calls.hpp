@@ -22,10 +22,10 @@ struct SystemCallKind
     std::string_view name;
     /** Which argument is a path, from 0. */
     int path = none;
-    /** Which one is a descriptor: the directory from which the path starts, or
-     *  the file itself when there is no path. */
+    /** Which argument is a descriptor: the directory where the path starts, or
+     *  the file itself if there is no path. */
     int descriptor = none;
-    /** Which one has the flags that a caller may want to know. */
+    /** Which argument has the flags. */
     int flags = none;
 };
 

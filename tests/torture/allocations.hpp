@@ -6,17 +6,17 @@ namespace torture
 {
 
 /**
- * Lets the allocations of this process fail: malloc and what stands on it,
- * operator new included. The program's own definitions take the place of the
- * C library's for all shared objects.
+ * Makes allocations of this process fail: malloc and everything that uses it,
+ * including operator new. The program's own definitions replace those of the C
+ * library for all shared objects.
  */
 namespace allocations
 {
 
-/** From now on: this many succeed, then one fails, or all do. */
+/** From now on this many succeed, and then one fails or all fail. */
 void failAfter(size_t howMany, bool fromThereOn);
 
-/** No more of them fail. */
+/** From now on all succeed. */
 void succeed();
 
 /** Whether one has failed since failAfter(). */

@@ -21,7 +21,7 @@ constexpr auto backup = "/run/backup";
 constexpr auto verifying = "/run/backup/BMC/verifying";
 constexpr auto verified = "/run/backup/BMC/verified";
 
-/** Long enough for several writes, and not one page like the other. */
+/** Long enough for several writes, and no two pages are equal. */
 std::string image(const std::string& version)
 {
     std::string content;
@@ -54,7 +54,7 @@ std::string lookAtIncoming()
                       {{"2.0", image("2.0")}});
 }
 
-/** What the image is, and what its version says. */
+/** The name of the image and the content of its version file. */
 std::string lookAtSlot(const std::string& slot)
 {
     static const Names images{
@@ -145,12 +145,12 @@ Outcome backedUp(const std::string& incomingImage, const std::string& slot)
     return {"", backupState(incomingImage, slot)};
 }
 
-/** The rows of a backup but for the removal of the slot before.
+/** The special failures of a backup, without the removal of the old slot.
  *  @param before  what the files hold when nothing has been done */
-std::vector<Row> rowsOfBackup(const std::string& before)
+std::vector<SpecialFailure> failuresOfBackup(const std::string& before)
 {
-    // The image goes whatever became of its copy: a caller that cannot get it
-    // again keeps one.
+    // The image is removed even if its copy failed. A caller that cannot get it
+    // again has to keep a copy.
     const Outcome noSlot = backedUp("none", "none as none");
     const Outcome noImage = backedUp("none", "none as 2.0");
     const Outcome torn = backedUp("none", "torn as 2.0");
@@ -167,11 +167,12 @@ std::vector<Row> rowsOfBackup(const std::string& before)
         {"short write", "verifying/version", backedUp("none", "2.0 as short")}};
 }
 
-/** The rows of the removal of a slot.
- *  @param kept  what it ends with when the slot cannot be removed any more */
-std::vector<Row> rowsOfRemoval(const std::string& slot, const Outcome& kept)
+/** The special failures of the removal of a slot.
+ *  @param kept  the outcome when the slot cannot be removed any more */
+std::vector<SpecialFailure> failuresOfRemoval(const std::string& slot,
+                                              const Outcome& kept)
 {
-    // Opened for the second time: its version has been removed from it.
+    // At the second open the version file is already removed.
     return {{"open", slot, kept, 2},
             {"fstat", slot, kept},
             {"fcntl", slot, kept},
@@ -189,8 +190,8 @@ Operation backupOperation()
                         .look = lookAtBackup,
                         .unharmed = done,
                         .refused = done,
-                        .rows = rowsOfBackup(nothing.files),
-                        // The image is whole in one place or the other.
+                        .specialFailures = failuresOfBackup(nothing.files),
+                        // One of the two places has the complete image.
                         .interrupted = {backupState("2.0", "2.0 as 2.0"),
                                         backupState("none", "2.0 as none"),
                                         backupState("none", "2.0 as empty"),
@@ -208,16 +209,16 @@ Operation backupOperation()
 
 Operation replacementOperation()
 {
-    // The old image cannot be removed, and then not be overwritten: a caller
-    // compares what the slot holds with what it has.
+    // An old image that cannot be removed is not overwritten either. A caller
+    // has to compare the slot with its own image.
     const Outcome mixed = backedUp("none", "1.5 as 2.0");
     const Outcome nothing = backedUp("2.0", "1.5 as 1.5");
     Operation operation = backupOperation();
     operation.name = "backup over a pending one";
     operation.prepare = prepareReplacement;
-    operation.rows = rowsOfBackup(nothing.files);
-    std::ranges::copy(rowsOfRemoval(verifying, mixed),
-                      std::back_inserter(operation.rows));
+    operation.specialFailures = failuresOfBackup(nothing.files);
+    std::ranges::copy(failuresOfRemoval(verifying, mixed),
+                      std::back_inserter(operation.specialFailures));
     operation.shortOfMemory = {mixed};
     for (const auto& outcome : {nothing, backedUp("2.0", "1.5 as none")})
     {
@@ -231,7 +232,7 @@ Operation promotionOperation()
 {
     const Outcome done{"", promotionState("none as none", "2.0 as 2.0")};
     const Outcome nothing{"", promotionState("2.0 as 2.0", "1.0 as 1.0")};
-    // What is pending is whole, so the next try promotes it.
+    // The pending slot is complete, so the next attempt promotes it.
     const Outcome noVersion{"", promotionState("2.0 as 2.0", "1.0 as none")};
     const Outcome noneVerified{"",
                                promotionState("2.0 as 2.0", "none as none")};
@@ -242,19 +243,19 @@ Operation promotionOperation()
         .look = lookAtPromotion,
         .unharmed = done,
         .refused = done,
-        .rows = {{"stat", verifying, {fsError, nothing.files}},
-                 {"open", "verifying/version", nothing, 1},
-                 {"fstat", "verifying/version", nothing},
-                 {"read", "verifying/version", nothing},
-                 {"rename", verifying, noneVerified}},
+        .specialFailures = {{"stat", verifying, {fsError, nothing.files}},
+                            {"open", "verifying/version", nothing, 1},
+                            {"fstat", "verifying/version", nothing},
+                            {"read", "verifying/version", nothing},
+                            {"rename", verifying, noneVerified}},
         .interrupted = {nothing.files, noVersion.files, noneVerified.files,
                         done.files},
         .lasting = {nothing},
-        // A removal takes a failed allocation for a failure of its own.
+        // The removal of a slot treats a failed allocation as its own failure.
         .shortOfMemory = {noVersion},
         .disk = backup};
-    std::ranges::copy(rowsOfRemoval(verified, noVersion),
-                      std::back_inserter(operation.rows));
+    std::ranges::copy(failuresOfRemoval(verified, noVersion),
+                      std::back_inserter(operation.specialFailures));
     return operation;
 }
 
@@ -268,18 +269,18 @@ Operation firstPromotionOperation()
             .look = lookAtPromotion,
             .unharmed = done,
             .refused = done,
-            .rows = {{"stat", verifying, {fsError, nothing.files}},
-                     {"open", "verifying/version", nothing, 1},
-                     {"fstat", "verifying/version", nothing},
-                     {"read", "verifying/version", nothing},
-                     {"rename", verifying, nothing}},
+            .specialFailures = {{"stat", verifying, {fsError, nothing.files}},
+                                {"open", "verifying/version", nothing, 1},
+                                {"fstat", "verifying/version", nothing},
+                                {"read", "verifying/version", nothing},
+                                {"rename", verifying, nothing}},
             .interrupted = {nothing.files, done.files},
             .lasting = {nothing},
             .disk = backup};
 }
 
-/** A slot that is filled right before it is promoted, by whomever: a power cut
- *  finds it on its way to the disk. */
+/** Any program may fill a slot right before it is promoted: a power cut then
+ *  finds it not yet written to disk. */
 Operation arrivalOperation()
 {
     Operation arrival = promotionOperation();

@@ -7,10 +7,10 @@
 namespace torture
 {
 
-/** Texts by what they are called in the outcomes. */
+/** Texts by their names in the outcomes. */
 using Names = std::map<std::string, std::string>;
 
-/** "torn: " and its start, where a text is none of them. */
+/** The name of a text, or "torn: " and its start if it is not one of them. */
 std::string nameOf(const std::string& content, const Names& names);
 
 /** The name of what a file holds; "none" where there is no file. */

@@ -5,8 +5,8 @@
 namespace torture
 {
 
-/** Ends the process by a signal when it still lives then: somebody waits for
- *  ever. One at a time. */
+/** Kills the process by a signal if it still runs at the deadline, because
+ *  something waits for ever. Only one at a time. */
 class Deadline
 {
   public:

@@ -25,7 +25,7 @@ using support::Descriptor;
 
 constexpr off_t imageSizeBytes = 32 << 20;
 
-// The kernel's interface to ext4, of which there is no header for programs.
+// The kernel's interface to ext4. No header declares it for programs.
 constexpr unsigned long shutdownRequest = _IOR('X', 125, uint32_t);
 constexpr uint32_t withoutFlushingTheLog = 2;
 
@@ -48,7 +48,7 @@ Descriptor openDirectory(const fs::path& directory)
 /** As root of the host, not of a user namespace. */
 bool mayMountDevices()
 {
-    // The rights are looked at first, and then what kind of file it is.
+    // The kernel checks the rights first, and then the kind of file.
     return ::mount("/dev/null", "/run", "ext4", 0, nullptr) == 0 ||
            (errno != EPERM && errno != EACCES);
 }
@@ -58,7 +58,7 @@ bool hasLoopDevice()
     constexpr int noneFound = 1;
     const auto found = support::run({"losetup", "--find"});
     const auto device = found.output.substr(0, found.output.find('\n'));
-    // A missing losetup is no missing device: the disk is going to say so.
+    // A missing losetup is not a missing device: the constructor reports it.
     return found.status != noneFound &&
            (found.status != 0 ||
             Descriptor(::open(device.c_str(), O_RDWR | O_CLOEXEC)));

@@ -7,13 +7,13 @@ namespace torture
 {
 
 /**
- * An ext4 file system on a loop device, of which the power can be cut: what
- * has not reached the device by then is lost.
+ * An ext4 file system on a loop device whose power can be cut: data that has
+ * not reached the device by then is lost.
  */
 class Disk
 {
   public:
-    /** Whether this process has the rights and the devices that one takes. */
+    /** Whether this process has the rights and the devices for a disk. */
     static bool canBeMade();
 
     /** @throws std::runtime_error where there is no loop device or no ext4 */
@@ -30,8 +30,8 @@ class Disk
     /** Waits until all that was written is on the device. */
     void synchronise() const;
 
-    /** From now on nothing reaches the device any more, and what is waiting
-     *  for it is lost, also what the journal has not written. */
+    /** From now on nothing reaches the device. Data that has not been written
+     *  yet is lost, and so is what the file system's journal still holds. */
     void cutPower() const;
 
   private:

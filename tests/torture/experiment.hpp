@@ -12,7 +12,7 @@ namespace torture
 /** How an experiment is run. */
 struct Plan
 {
-    /** A part of it, small enough for every day. */
+    /** Runs only a part, small enough for everyday use. */
     bool quick = false;
     /** The mechanism that is broken on purpose; empty for none. */
     std::string sabotage;
@@ -30,7 +30,7 @@ class Report
     /** Adds to a figure of the table, such as "kills". */
     void count(const std::string& figure, size_t howMany = 1);
 
-    /** Something that must not happen did. */
+    /** Records that something happened that must not happen. */
     void loss(const std::string& what);
 
     [[nodiscard]] const std::vector<std::string>& losses() const
@@ -38,7 +38,7 @@ class Report
         return found;
     }
 
-    /** In the order in which they were counted first: "20000 kills, ...". */
+    /** The figures in the order of their first count: "20000 kills, ...". */
     [[nodiscard]] std::string figures() const;
 
   private:
@@ -49,12 +49,12 @@ class Report
 struct Experiment
 {
     std::string_view name;
-    /** What must hold, in a line. */
+    /** What must hold, in one line. */
     std::string_view claim;
-    /** The mechanisms that can be broken; each has to be noticed. */
+    /** The mechanisms that can be broken; the experiment must notice each. */
     std::vector<std::string_view> sabotages;
     void (*run)(const Plan&, Report&);
-    /** What it needs and does not have here; empty where it can be run. */
+    /** What is missing on this machine; empty if the experiment can run. */
     std::string_view (*missing)() = [] { return std::string_view(); };
 };
 

@@ -16,12 +16,12 @@ namespace
 
 using phosphor::software::updater::FwManager;
 
-/** Stands for a write that writes one byte alone; from then on all others
- *  find the disk full. */
+/** Not an errno value: a write writes only one byte, and every later write
+ *  finds the disk full. */
 constexpr int shortWrite = 0;
 
-/** Calls of the allocator and of locks within the process: their failures are
- *  those of memory, which is an experiment of its own. */
+/** Calls of the allocator and of locks within the process. The experiment
+ *  "memory" covers their failures. */
 bool isOfMemory(std::string_view call)
 {
     static const std::set<std::string_view> names{
@@ -42,7 +42,7 @@ struct Run
 {
     std::vector<SystemCall> calls;
     std::vector<SystemCall> spoiled;
-    std::optional<std::string> told;
+    std::optional<std::string> reported;
     size_t descriptorsBefore = 0;
     size_t descriptorsAfter = 0;
     bool lockFree = true;
@@ -94,7 +94,7 @@ bool decide(Supervised& child, const SystemCall& call, const Plan& plan,
 Run runOnce(const Operation& operation, const Plan& plan, const Fault& fault)
 {
     FwManager manager("BMC");
-    Supervised child([&] { return tell(operation, manager); });
+    Supervised child([&] { return resultOf(operation, manager); });
     Run run;
     while (const auto call = child.next())
     {
@@ -108,8 +108,8 @@ Run runOnce(const Operation& operation, const Plan& plan, const Fault& fault)
         }
         run.calls.push_back(*call);
     }
-    run.told = child.told();
-    if (run.told)
+    run.reported = child.result();
+    if (run.reported)
     {
         run.descriptorsAfter = child.descriptors().size();
         run.lockFree = lockIsFree();
@@ -118,20 +118,22 @@ Run runOnce(const Operation& operation, const Plan& plan, const Fault& fault)
     return run;
 }
 
-/** The row that decides on a call, or on a write that is short. */
-const Row* rowOf(const Operation& operation,
-                 const std::vector<SystemCall>& calls, size_t number,
-                 std::string_view prefix = "")
+/** The special failure of a call or of a short write, or null. */
+const SpecialFailure* specialFailureOf(const Operation& operation,
+                                       const std::vector<SystemCall>& calls,
+                                       size_t number,
+                                       std::string_view prefix = "")
 {
     const auto& call = calls[number];
     const auto occurrence = static_cast<size_t>(std::count_if(
         calls.begin(), calls.begin() + static_cast<long>(number) + 1,
         [&](const SystemCall& other) { return call.isLike(other); }));
-    const auto row = std::ranges::find_if(operation.rows, [&](const Row& it) {
-        return it.isAbout(std::string(prefix) + call.name, call.path,
-                          occurrence);
-    });
-    return row != operation.rows.end() ? &*row : nullptr;
+    const auto special = std::ranges::find_if(
+        operation.specialFailures, [&](const SpecialFailure& it) {
+            return it.isAbout(std::string(prefix) + call.name, call.path,
+                              occurrence);
+        });
+    return special != operation.specialFailures.end() ? &*special : nullptr;
 }
 
 /** How the operation ends when this call fails, or this write is short. */
@@ -139,36 +141,37 @@ const Outcome& outcomeOf(const Operation& operation,
                          const std::vector<SystemCall>& calls, size_t number,
                          std::string_view prefix = "")
 {
-    if (const Row* const row = rowOf(operation, calls, number, prefix))
+    if (const SpecialFailure* const special =
+            specialFailureOf(operation, calls, number, prefix))
     {
-        return row->outcome;
+        return special->outcome;
     }
     return isOfMemory(calls[number].name) ? operation.unharmed
                                           : operation.refused;
 }
 
-/** Rows that decide on no call: of a call that is not made (any more). */
-std::vector<const Row*> idleRows(const Operation& operation,
-                                 const std::vector<SystemCall>& calls)
+/** Those whose call the operation does not make. */
+std::vector<const SpecialFailure*>
+unusedFailures(const Operation& operation, const std::vector<SystemCall>& calls)
 {
-    std::set<const Row*> busy;
+    std::set<const SpecialFailure*> used;
     for (size_t number = 0; number < calls.size(); ++number)
     {
-        busy.insert(rowOf(operation, calls, number));
+        used.insert(specialFailureOf(operation, calls, number));
         if (calls[number].name == "write")
         {
-            busy.insert(rowOf(operation, calls, number, "short "));
+            used.insert(specialFailureOf(operation, calls, number, "short "));
         }
     }
-    std::vector<const Row*> idle;
-    for (const Row& row : operation.rows)
+    std::vector<const SpecialFailure*> unused;
+    for (const SpecialFailure& special : operation.specialFailures)
     {
-        if (!busy.contains(&row))
+        if (!used.contains(&special))
         {
-            idle.push_back(&row);
+            unused.push_back(&special);
         }
     }
-    return idle;
+    return unused;
 }
 
 /** What a fault may lead to. */
@@ -176,7 +179,7 @@ std::vector<Outcome> allowed(const Operation& operation,
                              const std::vector<SystemCall>& calls,
                              const Fault& fault)
 {
-    // Those that are made again when a signal interrupts them.
+    // The calls that are repeated when a signal interrupts them.
     static const std::set<std::string> repeated{"flock", "read", "write",
                                                 "copy"};
     const bool isRepeated = repeated.contains(calls[fault.call].name);
@@ -226,9 +229,9 @@ class Examination
     {
         const Run whole = runAfter({});
         expect({operation.unharmed}, whole, "no fault");
-        for (const Row* const row : idleRows(operation, whole.calls))
+        for (const auto* const special : unusedFailures(operation, whole.calls))
         {
-            report.loss("no call " + row->text() + " in operation " +
+            report.loss("no call " + special->text() + " in operation " +
                         std::string(operation.name));
         }
         for (size_t call = 0; call < whole.calls.size(); ++call)
@@ -238,7 +241,7 @@ class Examination
                 continue;
             }
             report.count("calls");
-            // Every day the two that the library tells apart.
+            // The library handles these two differently.
             for (const int error : plan.quick
                                        ? std::vector{EIO, EINTR}
                                        : std::vector{EIO, ENOSPC, EROFS, EINTR,
@@ -291,11 +294,11 @@ class Examination
     void expect(const std::vector<Outcome>& outcomes, const Run& run,
                 const std::string& what)
     {
-        const Outcome seen{run.told.value_or("(died)"), operation.look()};
+        const Outcome seen{run.reported.value_or("(died)"), operation.look()};
         if (run.status != 0 ||
             std::ranges::find(outcomes, seen) == outcomes.end())
         {
-            lose(what, "told " + seen.told + ", files " + seen.files);
+            lose(what, "reported " + seen.reported + ", files " + seen.files);
         }
     }
 
@@ -331,8 +334,8 @@ class Examination
 
 void runFailingCalls(const Plan& plan, Report& report)
 {
-    // The connection to the journal is made once in a process.
-    FwManager("BMC").saveUpdateState("idle");
+    // A process connects to the journal only once.
+    FwManager("BMC").saveUpdateState("unused");
     for (const auto& operation : operations())
     {
         Examination(operation, plan, report).run();
@@ -345,7 +348,8 @@ Experiment failingCalls()
 {
     return {
         .name = "failing-calls",
-        .claim = "whichever system call fails, nothing is lost and it is told",
+        .claim = "a system call that fails loses nothing, and the failure is "
+                 "reported",
         .sabotages = {"no-fsync", "no-unlink", "no-close"},
         .run = runFailingCalls,
     };

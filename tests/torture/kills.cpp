@@ -23,7 +23,7 @@ using phosphor::software::updater::FwManager;
 
 constexpr std::array sabotages{"no-rename", "no-unlink", "no-lock"};
 
-/** What the system calls do that a sabotage leaves out. */
+/** The system calls that a sabotage skips, by what they do. */
 std::string brokenCall(const Plan& plan)
 {
     return plan.breaks("no-rename")   ? "rename"
@@ -62,7 +62,7 @@ void killAtEachCall(const Plan& plan, Report& report)
     }
 }
 
-/** What a writer says of itself, in memory that survives it. */
+/** The progress of a writer, in memory that outlives it. */
 struct Progress
 {
     std::atomic<int> tried;
@@ -78,7 +78,7 @@ std::string keyOf(size_t writer)
     return "writer " + std::to_string(writer);
 }
 
-/** Saves one number after the other, for ever. */
+/** Saves 1, 2, 3 and so on without end. */
 int write(size_t writer, Progress& progress, const std::string& broken)
 {
     if (!broken.empty())
@@ -175,7 +175,7 @@ class LoadedWriters
         }
         if (!stateDirectoryIsTidy())
         {
-            report.loss("killed under load: more than the temporary left");
+            report.loss("killed under load: more left than the temporary file");
         }
     }
 
@@ -188,7 +188,7 @@ class LoadedWriters
 
 void killUnderLoad(const Plan& plan, Report& report)
 {
-    // A lock that nobody frees ends the whole run.
+    // A lock that is never released ends the whole run.
     constexpr unsigned patienceSeconds = 120;
     const size_t times = plan.quick ? 1'000 : 20'000;
     std::filesystem::remove_all("/usr/share/firmware");

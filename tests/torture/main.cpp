@@ -1,15 +1,15 @@
 /**
- * Puts the library through what happens to machines:
+ * Tests the library under the faults of real machines:
  *
  *   torture [--require-all] [--quick] [--sabotage MECHANISM] [EXPERIMENT...]
  *   torture [--require-all] --prove [EXPERIMENT...]
  *   torture --list
  *
- * An experiment that this machine has not the means for is skipped; with
- * --require-all that is a failure.
+ * An experiment is skipped if this machine cannot run it. With --require-all
+ * that is a failure.
  *
- * Exit status: 0 when nothing was lost, 1 when something was (with --prove:
- * when a broken mechanism was not noticed), 2 when it could not be run.
+ * Exit status: 0 if nothing was lost, 1 if something was lost (with --prove:
+ * if a broken mechanism was not noticed), 2 if it could not be run.
  */
 #include "experiment.hpp"
 #include "support/sandbox.hpp"
@@ -124,7 +124,7 @@ void printHeader()
               << std::endl;
 }
 
-/** Prints which of them cannot be run here. @return the others */
+/** Prints the experiments that cannot run here. @return the others */
 std::vector<Experiment> runnable(const Arguments& arguments)
 {
     const auto* const verdict =
@@ -144,7 +144,7 @@ std::vector<Experiment> runnable(const Arguments& arguments)
     return kept;
 }
 
-/** Runs it and prints its row of the table. */
+/** Runs an experiment and prints its row of the table. */
 void run(const Experiment& experiment, const Plan& plan, Report& report)
 {
     const auto start = std::chrono::steady_clock::now();
@@ -159,7 +159,7 @@ void run(const Experiment& experiment, const Plan& plan, Report& report)
               << report.figures() << std::endl;
 }
 
-/** @return whether it could be run to its end */
+/** @return whether the experiment ran to its end */
 bool tryToRun(const Experiment& experiment, const Plan& plan, Report& report)
 {
     try
@@ -235,7 +235,8 @@ int main(int argc, char** argv)
             list(arguments.chosen);
             return held;
         }
-        // They write all over /run, and mount and cut off disks.
+        // They write to many places in /run, and mount disks and cut their
+        // power.
         if (support::inPlaceIsAskedFor())
         {
             throw std::runtime_error("the experiments do not run in place");

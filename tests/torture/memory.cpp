@@ -22,22 +22,22 @@ namespace
 
 using phosphor::software::updater::FwManager;
 
-/** What a child saw, in memory that both see. */
+/** What a child saw, in memory that it shares with its parent. */
 struct Seen
 {
     bool failed;
     long blocksLeft;
     long descriptorsLeft;
     bool lockFree;
-    std::array<char, 256> told;
+    std::array<char, 256> reported;
 };
 
-bool isOutOfMemory(const std::string& told)
+bool isOutOfMemory(const std::string& reported)
 {
-    return told == "threw std::bad_alloc" || told.ends_with(" ENOMEM");
+    return reported == "threw std::bad_alloc" || reported.ends_with(" ENOMEM");
 }
 
-/** How an operation may end when memory runs out. */
+/** Whether an operation may end like this when memory runs out. */
 bool isHonest(const Operation& operation, const Outcome& seen)
 {
     const auto isOneOf = [](const auto& known, const auto& it) {
@@ -45,7 +45,7 @@ bool isHonest(const Operation& operation, const Outcome& seen)
     };
     return seen == operation.unharmed || seen == operation.refused ||
            isOneOf(operation.shortOfMemory, seen) ||
-           (isOutOfMemory(seen.told) &&
+           (isOutOfMemory(seen.reported) &&
             isOneOf(operation.interrupted, seen.files));
 }
 
@@ -122,21 +122,21 @@ class Shortage
     {
         try
         {
-            const std::string told = operation.run(manager);
+            const std::string reported = operation.run(manager);
             allocations::succeed();
-            tell(told);
+            record(reported);
         }
         catch (const std::exception& e)
         {
             allocations::succeed();
-            tell("threw " + std::string(e.what()));
+            record("threw " + std::string(e.what()));
         }
     }
 
-    void tell(const std::string& text)
+    void record(const std::string& text)
     {
-        seen->told = {};
-        text.copy(seen->told.data(), seen->told.size() - 1);
+        seen->reported = {};
+        text.copy(seen->reported.data(), seen->reported.size() - 1);
     }
 
     void breakIt()
@@ -155,7 +155,7 @@ class Shortage
         }
         if (plan.breaks("swallowed-failure"))
         {
-            tell(operation.unharmed.told);
+            record(operation.unharmed.reported);
         }
     }
 
@@ -170,11 +170,11 @@ class Shortage
         report.count("failed allocations");
         const std::string where = "allocation " + std::to_string(number) +
                                   (fromThereOn ? " and all after" : "");
-        const Outcome outcome{seen->told.data(), operation.look()};
+        const Outcome outcome{seen->reported.data(), operation.look()};
         if (status != 0 || !isHonest(operation, outcome))
         {
-            lose(where, "status " + std::to_string(status) + ", told " +
-                            outcome.told + ", files " + outcome.files);
+            lose(where, "status " + std::to_string(status) + ", reported " +
+                            outcome.reported + ", files " + outcome.files);
         }
         if (status == 0)
         {
@@ -223,14 +223,14 @@ class Shortage
 
 void run(const Plan& plan, Report& report)
 {
-    // What is allocated once in a process.
+    // Makes the allocations that a process makes only once.
     const auto all = operationsOnMemory();
     for (const auto& operation : all)
     {
         operation.prepare();
         operation.arrive();
         FwManager manager("BMC");
-        static_cast<void>(tell(operation, manager));
+        static_cast<void>(resultOf(operation, manager));
     }
     for (const auto& operation : all)
     {
@@ -244,7 +244,7 @@ Experiment memory()
 {
     return {
         .name = "memory",
-        .claim = "whichever allocation fails, it is told and nothing is lost",
+        .claim = "an allocation that fails is reported, and nothing is lost",
         .sabotages = {"leak", "kept-lock", "swallowed-failure"},
         .run = run,
     };

@@ -15,7 +15,7 @@ namespace
 
 using phosphor::software::updater::FwManager;
 
-/** The store's functions in turn, without the library. */
+/** Calls each function of the store, without the library. */
 std::string useStore(FwManager&)
 {
     std::string failed;
@@ -64,7 +64,7 @@ std::vector<Operation> operationsOnMemory()
     Operation store = likeThe("save", useStore);
     store.name = "store";
     store.unharmed = {"0", "new at the end"};
-    // A change that worked is kept when a later one is refused.
+    // A change that succeeded is kept when a later one is refused.
     store.interrupted = {"old", "deleted", "new at the end"};
     store.repair = store.prepare;
     all.push_back(store);

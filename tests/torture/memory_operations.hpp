@@ -7,8 +7,8 @@
 namespace torture
 {
 
-/** All operations, and what else allocates: the store's functions by
- *  themselves, and a new manager. */
+/** All operations and everything else that allocates: the store's functions
+ *  without the library, and a new manager. */
 std::vector<Operation> operationsOnMemory();
 
 } // namespace torture

@@ -97,7 +97,7 @@ void Onlooker::finish(const std::string& who, Report& report)
     child.signal(SIGKILL);
     if (child.wait() != -SIGKILL)
     {
-        report.loss(who + ": " + name + " saw what is not to be seen");
+        report.loss(who + ": " + name + " saw what must not be seen");
     }
     else if (*looks < fewestLooks)
     {

@@ -10,31 +10,31 @@
 namespace torture
 {
 
-/** How often somebody looked. */
+/** How often an onlooker has looked. */
 using Looks = std::atomic<size_t>;
 
-// What follows goes on until it is killed, or sees what is not to be seen.
+// Each function runs until it is killed or sees what must not be seen.
 
-/** Reads with the lock, as the library does, what is always there. */
+/** Reads with the lock, as the library does, a record that always exists. */
 int readOn(Looks& looks);
 
-/** Reads without the lock: never a document that is not whole. */
+/** Reads without the lock: every document must be complete. */
 int readFreely(Looks& looks);
 
-/** While flock(1) holds the lock nobody changes the file. */
+/** Holds the lock with flock(1): the file must not change meanwhile. */
 int holdOn(Looks& looks);
 
-/** Writes the document as nobody should: in place, without the lock. */
+/** Writes the document in the wrong way: in place and without the lock. */
 int writeInPlace();
 
-/** A process that looks on for as long as others write. */
+/** A process that watches while others write. */
 class Onlooker
 {
   public:
     Onlooker(std::string what, int (*look)(Looks&));
 
-    /** Ends it once it has got its turns. A loss is what it saw, and that it
-     *  did not get them. */
+    /** Ends the process once it has looked often enough. Reports a loss if it
+     *  saw one, or if it could not look often enough. */
     void finish(const std::string& who, Report& report);
 
   private:

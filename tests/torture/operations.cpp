@@ -135,12 +135,11 @@ std::vector<Operation> fileOperations()
          .look = lookAtState,
          .unharmed = saved,
          .refused = {"-1", "old"},
-         // A save does not tell that the release failed.
-         .rows = {{"rename", "version.json.tmp", {"0", "old"}},
-                  {"fsync", stateDirectory, saved},
-                  {"remove", "version.json.tmp", saved},
-                  {"unlock", "version.lock", saved},
-                  {"close", "", saved}},
+         // A save does not report that the release failed.
+         .specialFailures = {{"rename", "version.json.tmp", {"0", "old"}},
+                             {"fsync", stateDirectory, saved},
+                             {"unlock", "version.lock", saved},
+                             {"close", "", saved}},
          .interrupted = {"old", "new"},
          .disk = stateDirectory},
         {.name = "first save",
@@ -149,11 +148,10 @@ std::vector<Operation> fileOperations()
          .look = lookAtFirstState,
          .unharmed = saved,
          .refused = {"-1", "none"},
-         .rows = {{"rename", "version.json.tmp", {"0", "none"}},
-                  {"fsync", stateDirectory, saved},
-                  {"remove", "version.json.tmp", saved},
-                  {"unlock", "version.lock", saved},
-                  {"close", "", saved}},
+         .specialFailures = {{"rename", "version.json.tmp", {"0", "none"}},
+                             {"fsync", stateDirectory, saved},
+                             {"unlock", "version.lock", saved},
+                             {"close", "", saved}},
          .interrupted = {"none", "new"},
          .disk = "/usr/share"},
         {.name = "delete",
@@ -162,10 +160,9 @@ std::vector<Operation> fileOperations()
          .look = lookAtState,
          .unharmed = deleted,
          .refused = {"-1", "old"},
-         .rows = {{"fsync", stateDirectory, {"-1", "deleted"}},
-                  {"remove", "version.json.tmp", deleted},
-                  {"unlock", "version.lock", deleted},
-                  {"close", "", deleted}},
+         .specialFailures = {{"fsync", stateDirectory, {"-1", "deleted"}},
+                             {"unlock", "version.lock", deleted},
+                             {"close", "", deleted}},
          .interrupted = {"old", "deleted"},
          .disk = stateDirectory},
         {.name = "read",
@@ -174,9 +171,11 @@ std::vector<Operation> fileOperations()
          .look = lookAtState,
          .unharmed = readBack,
          .refused = {"\"\"", "old"},
-         .rows = {{"stat", "version.json", {"threw filesystem error", "old"}},
-                  {"unlock", "version.lock", readBack},
-                  {"close", "", readBack}},
+         .specialFailures = {{"stat",
+                              "version.json",
+                              {"threw filesystem error", "old"}},
+                             {"unlock", "version.lock", readBack},
+                             {"close", "", readBack}},
          .interrupted = {"old"}},
         {.name = "config load",
          .prepare = writeConfiguration,
@@ -184,7 +183,7 @@ std::vector<Operation> fileOperations()
          .look = lookAtConfiguration,
          .unharmed = loaded,
          .refused = {"not configured", "there"},
-         .rows = {{"close", "", loaded}},
+         .specialFailures = {{"close", "", loaded}},
          .interrupted = {"there"}},
         {.name = "release-file change",
          .prepare = prepareRelease,
@@ -194,13 +193,14 @@ std::vector<Operation> fileOperations()
          .refused = released,
          // A file that cannot be read counts as empty, and it is written in
          // place: all that it holds is on the bus as well.
-         .rows = {{"open", releaseFile, {"0", "alone"}},
-                  {"read", releaseFile, {"0", "alone"}, 1},
-                  {"create", releaseFile, {"0", "old"}},
-                  {"write", releaseFile, {"0", "empty"}, 1},
-                  {"write", releaseFile, {"0", "half"}, 2},
-                  {"short write", releaseFile, {"0", "a byte"}, 1},
-                  {"short write", releaseFile, {"0", "half and a byte"}, 2}},
+         .specialFailures =
+             {{"open", releaseFile, {"0", "alone"}},
+              {"read", releaseFile, {"0", "alone"}, 1},
+              {"create", releaseFile, {"0", "old"}},
+              {"write", releaseFile, {"0", "empty"}, 1},
+              {"write", releaseFile, {"0", "half"}, 2},
+              {"short write", releaseFile, {"0", "a byte"}, 1},
+              {"short write", releaseFile, {"0", "half and a byte"}, 2}},
          .interrupted = {"old", "empty", "half", "new"},
          .lasting = {{"0", "old"}},
          .repair = prepareRelease},
@@ -209,15 +209,15 @@ std::vector<Operation> fileOperations()
 
 } // namespace
 
-bool Row::isAbout(std::string_view itsCall, std::string_view itsPath,
-                  size_t itsOccurrence) const
+bool SpecialFailure::isAbout(std::string_view itsCall, std::string_view itsPath,
+                             size_t itsOccurrence) const
 {
     return call == itsCall &&
            (path.empty() || itsPath == path || itsPath.ends_with("/" + path)) &&
            (occurrence == 0 || occurrence == itsOccurrence);
 }
 
-std::string Row::text() const
+std::string SpecialFailure::text() const
 {
     return std::string(call) + (path.empty() ? "" : " of ") + path +
            (occurrence < 2 ? ""
@@ -234,7 +234,7 @@ const std::vector<Operation>& operations()
     return all;
 }
 
-std::string tell(const Operation& operation, FwManager& manager)
+std::string resultOf(const Operation& operation, FwManager& manager)
 {
     try
     {
@@ -252,11 +252,11 @@ std::vector<std::string> faultsOfTheNext(const Operation& operation)
     std::vector<std::string> faults;
     operation.repair();
     FwManager manager("BMC");
-    const Outcome next{tell(operation, manager), operation.look()};
+    const Outcome next{resultOf(operation, manager), operation.look()};
     if (next != operation.unharmed)
     {
-        faults.push_back("the next told " + next.told + ", files " +
-                         next.files);
+        faults.push_back("the next attempt reported " + next.reported +
+                         ", files " + next.files);
     }
     if (manager.saveVersionStringFromInfo("next", "works") != 0 ||
         manager.getVersionStringFromInfo("next") != "works" || temporaryLeft())

@@ -9,25 +9,25 @@
 namespace torture
 {
 
-/** What an operation told, and what the files hold after it, in words. */
+/** What an operation reported, and what the files hold after it, in words. */
 struct Outcome
 {
-    std::string told;
+    std::string reported;
     std::string files;
 
     bool operator==(const Outcome&) const = default;
 };
 
-/** A system call whose failure does not end the operation as most do. */
-struct Row
+/** A system call whose failure has another outcome than Operation::refused. */
+struct SpecialFailure
 {
-    /** As in SystemCall; or "short write", on a disk that is full from then
+    /** A name as in SystemCall, or "short write": the disk is full from then
      *  on. */
     std::string_view call;
     /** The end of its path; "" for all. */
     std::string path;
     Outcome outcome;
-    /** Which of these calls of the same file, from 1; 0 for all of them. */
+    /** Counts these calls on the same file from 1; 0 means all of them. */
     size_t occurrence = 0;
 
     [[nodiscard]] bool isAbout(std::string_view itsCall,
@@ -42,49 +42,51 @@ struct Row
 struct Operation
 {
     std::string_view name;
-    /** Puts the files into the state before. */
+    /** Creates the files that the operation starts with. */
     void (*prepare)();
-    /** Writes what comes right before it, and may not be on the disk yet. */
+    /** Writes what arrives just before the operation and may not yet be on the
+     *  disk. */
     void (*arrive)() = [] {};
-    /** Runs it; the text is what it told. */
+    /** Runs the operation and returns its result as text. */
     std::string (*run)(phosphor::software::updater::FwManager&);
-    /** Says what the files hold. */
+    /** Describes what the files hold. */
     std::string (*look)();
     Outcome unharmed;
-    /** How it ends when a system call fails, but for the rows. */
+    /** The outcome when a system call fails that is not in specialFailures. */
     Outcome refused;
-    std::vector<Row> rows = {};
+    std::vector<SpecialFailure> specialFailures = {};
     /** What the files may hold when it is interrupted for good. */
     std::vector<std::string> interrupted = {};
-    /** How it may end when all calls fail from one on, besides as the rows of
-     *  these calls say; when empty, the first that harms it decides. */
+    /** Further outcomes that are allowed when a call and all later calls fail.
+     *  When empty, the first call that changes the outcome decides. */
     std::vector<Outcome> lasting = {};
-    /** How it may end when memory runs out, where that is not told. */
+    /** Allowed outcomes that do not report that memory ran out. */
     std::vector<Outcome> shortOfMemory = {};
-    /** What a caller does before the next try. */
+    /** What a caller does before it tries again. */
     void (*repair)() = [] {};
-    /** The directory that holds its files, which can be a disk of its own;
-     *  null when there is none. */
+    /** The directory that holds its files and can be a separate disk; null if
+     *  there is none. */
     const char* disk = nullptr;
 };
 
 const std::vector<Operation>& operations();
 
-/** Runs it; an exception is told as "threw" and its text up to the colon. */
-std::string tell(const Operation& operation,
-                 phosphor::software::updater::FwManager& manager);
+/** Runs an operation and returns its result; for an exception "threw" and its
+ *  text up to the colon. */
+std::string resultOf(const Operation& operation,
+                     phosphor::software::updater::FwManager& manager);
 
 /** Repairs what an operation left, runs it again, and saves something else.
- *  @return what is wrong, each in a few words */
+ *  @return the faults that this finds, each in a few words */
 std::vector<std::string> faultsOfTheNext(const Operation& operation);
 
-/** Whether it holds nothing but the state file, and perhaps its temporary. */
+/** Whether it holds only the state file, and perhaps its temporary file. */
 bool stateDirectoryIsTidy();
 
-/** Whether the lock of the state file can be had at once. */
+/** Whether the lock of the state file can be taken without waiting. */
 bool lockIsFree();
 
-/** Whether there is a temporary of the state file. */
+/** Whether the state file has a temporary file beside it. */
 bool temporaryLeft();
 
 } // namespace torture

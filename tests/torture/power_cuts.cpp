@@ -49,8 +49,8 @@ class Cuts
     }
 
   private:
-    /** Files as before, on the device, and others that are still on their
-     *  way: no two cuts find the journal alike. */
+    /** Puts the files before the operation on the device, and leaves other
+     *  files not yet written to disk: no two cuts find the journal the same. */
     void prepare(const Disk& disk)
     {
         constexpr size_t mostNoiseBytes = 300'000;
@@ -121,7 +121,7 @@ Experiment powerCuts()
 {
     return {
         .name = "power-cuts",
-        .claim = "whenever the power goes, files are whole and what was "
+        .claim = "after every power cut, files are whole and what was "
                  "acknowledged stays",
         .sabotages = {"no-fsync", "no-file-fsync", "no-directory-fsync"},
         .run = run,

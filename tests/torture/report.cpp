@@ -20,7 +20,7 @@ void Report::count(const std::string& figure, size_t howMany)
 
 void Report::loss(const std::string& what)
 {
-    // A mechanism that is broken on purpose is noticed many times.
+    // A mechanism that is broken on purpose causes many losses.
     constexpr size_t shown = 20;
     found.push_back(what);
     if (found.size() <= shown)

@@ -31,7 +31,7 @@ using support::checked;
 using support::checkedSystemd;
 using support::Descriptor;
 
-/** What the child tells; lies in memory that both see. */
+/** The result of the child, in memory that it shares with its parent. */
 struct Supervised::Shared
 {
     bool returned;
@@ -106,7 +106,7 @@ class DescriptorMessage
     msghdr message{};
 };
 
-/** From here on each system call of this process waits for its verdict. */
+/** From here on each system call of this process waits for a decision. */
 void submit(int socket)
 {
     const Filter filter = makeFilter(SCMP_ACT_NOTIFY);
@@ -193,7 +193,7 @@ void Supervised::respond(int64_t result, int error, uint32_t flags)
     response.val = result;
     response.error = -error;
     response.flags = flags;
-    // Fails when the child has been killed, which wait() tells.
+    // Fails when the child has been killed; wait() returns that.
     ::ioctl(listener.get(), SECCOMP_IOCTL_NOTIF_SEND, &response);
 }
 
@@ -244,7 +244,7 @@ std::set<int> Supervised::descriptors() const
     return numbers;
 }
 
-std::optional<std::string> Supervised::told() const
+std::optional<std::string> Supervised::result() const
 {
     return shared->returned ? std::optional<std::string>(shared->text.data())
                             : std::nullopt;

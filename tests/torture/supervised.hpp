@@ -16,10 +16,11 @@ namespace torture
 {
 
 /**
- * A forked child that runs a function, and whose system calls are decided one
- * by one: the kernel stops each at its entry (seccomp user notification), as
- * strace's injection would, but on every machine alike and fast enough for
- * thousands of runs. Killed at the end if it still runs.
+ * A forked child that runs a function. The parent decides on each of its system
+ * calls: the kernel stops the child at the entry of a call (seccomp user
+ * notification). This does what strace's injection does, but it works the same
+ * on every machine and is fast enough for thousands of runs. The destructor
+ * kills the child if it still runs.
  *
  *     Supervised child([] { return manager.saveUpdateState("idle"); });
  *     while (const auto call = child.next())
@@ -30,8 +31,8 @@ namespace torture
 class Supervised
 {
   public:
-    /** Text is what the function returned; an exception that left it is
-     *  "threw " and its text. */
+    /** The child keeps the text that the function returns, or "threw " and the
+     *  text of the exception that leaves it. */
     using Work = std::function<std::string()>;
 
     explicit Supervised(const Work& work);
@@ -50,7 +51,7 @@ class Supervised
     void fail(int error);
     /** It is not made and seems to have worked, with this result. */
     void pretend(int64_t result);
-    /** It is a write, and is made of the first byte alone. */
+    /** It is a write, and writes only its first byte. */
     void writeOneByte(const SystemCall& call);
 
     void kill();
@@ -58,8 +59,8 @@ class Supervised
     /** The child's open descriptors, as numbers. */
     [[nodiscard]] std::set<int> descriptors() const;
 
-    /** What the function told; nothing as long as it has not returned. */
-    [[nodiscard]] std::optional<std::string> told() const;
+    /** The text that the function returned; nothing if it has not returned. */
+    [[nodiscard]] std::optional<std::string> result() const;
 
     /** Lets the child end. @return its exit status, or minus the signal */
     int wait();
@@ -75,8 +76,8 @@ class Supervised
     uint64_t waiting = 0;
 };
 
-/** From now on the calling process and its children do not make the calls that
- *  do this, such as "rename", and each seems to have worked. */
+/** From now on the calling process and its children skip all calls that do
+ *  this, such as "rename", and each call seems to have worked. */
 void swallow(const std::string& name);
 
 } // namespace torture

@@ -31,10 +31,10 @@ std::string systemNameOf(const seccomp_data& data)
     return name ? name.get() : std::to_string(data.nr);
 }
 
-/** The text that starts there; "" for a null pointer. */
+/** The text at this address; "" for a null pointer. */
 std::string readText(pid_t process, uint64_t address)
 {
-    // No page ends within: what is behind the text need not exist.
+    // Stays within one page: the memory after the text need not exist.
     std::array<char, 64> part{};
     std::string text;
     while (true)
@@ -52,7 +52,7 @@ std::string readText(pid_t process, uint64_t address)
     }
 }
 
-/** Where a link below /proc/PID leads; empty for what is no file. */
+/** The target of a link below /proc/PID; empty if it is not a file. */
 fs::path linkOf(pid_t process, const std::string& name)
 {
     std::error_code notOpen;
@@ -75,7 +75,7 @@ std::string withoutEnd(const fs::path& path)
     return normal.has_filename() ? normal : normal.parent_path();
 }
 
-/** What a call is named whose arguments make it something else. */
+/** The name of a call that its arguments turn into something else. */
 std::string nameOf(const SystemCallKind& kind, uint64_t flags,
                    const std::string& path)
 {

@@ -10,14 +10,14 @@
 namespace torture
 {
 
-/** A system call of another process, as it is made. */
+/** A system call that another process is making. */
 struct SystemCall
 {
     /** What it does, on all processors alike: as in support/system_calls.hpp,
      *  but "create" is an open that can make the file, "fstat" a stat of a
      *  descriptor, and "unlock" a flock that gives the lock back. */
     std::string name;
-    /** The file that it is about, absolute; empty when there is none. */
+    /** The absolute path of its file; empty if it has none. */
     std::string path;
     /** 0 for a call without flags. */
     uint64_t flags = 0;
@@ -35,10 +35,10 @@ struct SystemCall
     }
 };
 
-/** What the kernel says about a call that waits in a process. */
+/** What the kernel reports about a call that waits in a process. */
 SystemCall describe(pid_t process, const seccomp_data& data);
 
-/** Copies out of the memory of a process. @return how many bytes there were */
+/** Copies from the memory of a process. @return the number of bytes copied */
 size_t readMemory(pid_t process, uint64_t address, void* to, size_t bytes);
 
 } // namespace torture

@@ -28,7 +28,7 @@ using support::Child;
 
 constexpr auto stateFile = "/usr/share/firmware/version.json";
 constexpr auto stateLock = "/run/lock/firmware/version.lock";
-// A lock that nobody frees ends the whole run.
+// A lock that is never released ends the whole run.
 constexpr unsigned patienceSeconds = 120;
 
 constexpr int good = 0;
@@ -45,7 +45,7 @@ std::string keyOf(size_t writer, size_t number)
     return std::to_string(writer) + "/" + std::to_string(number);
 }
 
-/** Saves keys of its own, each once, and the same key as all others. */
+/** Saves keys of its own, each once, and one key that all writers save. */
 int write(size_t writer, size_t saves)
 {
     FwManager manager("BMC");
@@ -62,7 +62,7 @@ int write(size_t writer, size_t saves)
     return good;
 }
 
-/** From now on a signal comes every so often, and interrupts what waits. */
+/** From now on signals arrive repeatedly and interrupt calls that wait. */
 void startStorm()
 {
     struct sigaction action = {};
@@ -79,7 +79,7 @@ void startAnew()
     FwManager("BMC").saveVersionStringFromInfo("shared", "nobody");
 }
 
-/** Every save of every writer is found, beside those who only look. */
+/** Finds every save of every writer, while others only read. */
 void expectAllSaved(const std::string& who, const Size& size, Report& report)
 {
     const std::unique_ptr<json_config_t, decltype(&json_config_release)> config(
@@ -147,7 +147,7 @@ void processes(const Plan& plan, Size size, bool underSignals, Report& report)
 void threads(const Plan& plan, Size size, Report& report)
 {
     startAnew();
-    // In a process of their own, which can be broken.
+    // In a separate process, so that a sabotage affects only that one.
     Child child([&] {
         if (plan.breaks("no-lock"))
         {
@@ -178,7 +178,7 @@ bool flockFindsItFree()
     return support::run({"flock", "--nonblock", stateLock, "true"}).status == 0;
 }
 
-/** What is started while a handle is open has nothing of it. */
+/** A process started while a handle is open inherits nothing from it. */
 void forksAndExecs(const Plan& plan, size_t rounds, Report& report)
 {
     startAnew();

@@ -10,12 +10,12 @@ inline constexpr auto powerButton =
     "/xyz/openbmc_project/chassis/buttons/power";
 inline constexpr auto biosActive = "/xyz/openbmc_project/software/bios_active";
 
-/** The release file of the BIOS that runs before the update. */
+/** The release file of the BIOS before the update. */
 inline constexpr auto formerRelease = "BUILD_DATE=\"2024-02-14\"\n"
                                       "NAME=\"FenBIOS\"\n"
                                       "VERSION_ID=\"1.02.02\"\n";
 
-/** What a scenario begins with: the service makes its managers. */
+/** The first step of a scenario: the service makes its managers. */
 Step serviceStarts();
 
 /** Version 1.02.02 is published, in the release file, and in its slot. */

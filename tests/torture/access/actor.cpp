@@ -41,7 +41,7 @@ std::string outcomeOf(const std::function<std::string()>& work)
     }
 }
 
-/** All that is written until the pipe is closed, if that is soon. */
+/** Everything that is written until the pipe is closed, if that is soon. */
 std::string readSoon(int pipe)
 {
     const auto deadline = std::chrono::steady_clock::now() + patience;
@@ -86,7 +86,7 @@ std::string act(As as, const std::function<std::string()>& work)
     checked(::pipe2(ends.data(), O_CLOEXEC), "pipe2");
     const Descriptor reading(ends[0]);
     Descriptor writing(ends[1]);
-    // Killed at the end of this function, should it hang.
+    // Killed at the end of this function if it hangs.
     const support::Child child([&] {
         become(as);
         const std::string text = outcomeOf(work);

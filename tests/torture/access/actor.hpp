@@ -13,18 +13,18 @@ namespace torture::access
 enum class As
 {
     root,
-    nobody //!< a user and a group without any right of their own
+    nobody //!< a user and a group without any rights
 };
 
 inline constexpr uid_t nobody = 65534;
 
-/** The calling process is that user's from now on, with umask 022. */
+/** Changes the calling process to that user, with umask 022. */
 void become(As as);
 
 /**
- * Lets a child of that user act. The text is what the work
- * returned; "threw " and the text of a system error that left it; "hangs" when
- * it has not ended after ten seconds, and is killed.
+ * Runs the work in a child of that user. Returns the text that the work
+ * returned, or "threw " and the text of the system error that it threw, or
+ * "hangs" if it has not ended after ten seconds and is killed.
  */
 std::string act(As as, const std::function<std::string()>& work);
 

@@ -15,15 +15,15 @@ namespace
 namespace fs = std::filesystem;
 using phosphor::software::updater::FwManager;
 
-/** Where the slots of a firmware with this name lie. */
-struct Row
+/** A firmware's name, and the directory that holds its slots. */
+struct NamedBackup
 {
     std::string name;
-    /** Below /run/backup; empty where the name gives no path. */
+    /** Below /run/backup; "none" if the name gives no path. */
     std::string directory;
 };
 
-std::vector<Row> rows()
+std::vector<NamedBackup> namedBackups()
 {
     constexpr size_t mebibyte = 1'048'576;
     return {
@@ -53,17 +53,18 @@ std::string configuration(const std::string& name)
            R"("image_backup_path": "/run/backup/area"}})";
 }
 
-void backUpAs(const Row& row, Report& report)
+void backUpAs(const NamedBackup& backup, Report& report)
 {
-    const bool possible = row.directory != "none";
+    const bool possible = backup.directory != "none";
     const std::string what =
-        "the name " + row.name.substr(0, 20) + " of a backup: ";
+        "the name " + backup.name.substr(0, 20) + " of a backup: ";
     removeEverything();
     support::writeFile("/run/backup/area/BMC/verified/version", "other");
     support::writeFile("/run/incoming/firmware.tar", "image");
-    support::writeFile(configFile, configuration(row.name));
+    support::writeFile(configFile, configuration(backup.name));
     const fs::path slot =
-        (fs::path(backupRoot) / row.directory / "verifying").lexically_normal();
+        (fs::path(backupRoot) / backup.directory / "verifying")
+            .lexically_normal();
     if (possible)
     {
         support::writeFile(slot / "precious", "goes");
@@ -71,7 +72,7 @@ void backUpAs(const Row& row, Report& report)
     auto before = takeSnapshot({backupRoot});
 
     act(As::root, [&] {
-        FwManager manager(row.name);
+        FwManager manager(backup.name);
         manager.backupImage(incoming, "1");
         return "";
     });
@@ -92,7 +93,7 @@ void backUpAs(const Row& row, Report& report)
     {
         report.loss(what + differences(before, after));
     }
-    // Also where there is no way to keep it.
+    // The original is removed even if there is no place for the backup.
     if (fs::exists("/run/incoming/firmware.tar"))
     {
         report.loss(what + "the original is still there");
@@ -103,17 +104,17 @@ void backUpAs(const Row& row, Report& report)
 void readAs(const std::string& name, const std::string& should, Report& report)
 {
     support::writeFile(configFile, configuration(name));
-    const auto told = act(As::root, [&] {
+    const auto result = act(As::root, [&] {
         FwManager manager(name);
         return readBackups(manager);
     });
-    if (told != should)
+    if (result != should)
     {
-        report.loss("the backups of " + name.substr(0, 20) + ": " + told);
+        report.loss("the backups of " + name.substr(0, 20) + ": " + result);
     }
 }
 
-/** A NUL ends the name and all that comes behind it in the path. */
+/** A NUL ends the path: the rest of the name and of the path is lost. */
 void cutTheName(Report& report)
 {
     removeEverything();
@@ -140,9 +141,9 @@ void cutTheName(Report& report)
 
 void nameBackups(const Plan&, Report& report)
 {
-    for (const auto& row : rows())
+    for (const auto& backup : namedBackups())
     {
-        backUpAs(row, report);
+        backUpAs(backup, report);
     }
     readAs(std::string(256, 'x'), "threw File name too long", report);
     readAs("none", "before, before", report);

@@ -24,7 +24,7 @@ std::string descriptorsOfAnExecutedProgram()
     return support::run({"ls", "/proc/self/fd"}).output;
 }
 
-/** With all that the library can have open between two calls. */
+/** Opens everything that the library can keep open between two calls. */
 void executeMeanwhile(const Plan& plan, Report& report)
 {
     installEverything();
@@ -44,8 +44,8 @@ void executeMeanwhile(const Plan& plan, Report& report)
     report.count("executed programs");
 }
 
-/** How many descriptors the operation opens that an execution does not close
- *  from their first moment: another thread may execute a program then. */
+/** The number of descriptors that the operation opens without O_CLOEXEC.
+ *  Another thread may execute a program at any moment, which inherits them. */
 size_t openInherited(std::string (*run)(FwManager&), Report& report)
 {
     const std::set<std::string> opening{"open", "create", "socket", "pipe"};

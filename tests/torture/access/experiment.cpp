@@ -75,7 +75,7 @@ Experiment whoMayDoWhat()
 {
     return {
         .name = "access",
-        .claim = "nobody harms what is not his, whatever he plants or names",
+        .claim = "no user harms files of others, by planted files or by names",
         .sabotages = {"privileged", "followed-link", "raw-names", "inherited"},
         .run = run,
         .missing = missing,

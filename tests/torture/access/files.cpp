@@ -50,7 +50,7 @@ void installEverything()
     writeFile("/run/mounts/a", "");
     writeFile("/run/mounts/b", "");
     writeFile("/run/incoming/firmware.tar", "image 3.0");
-    // Whoever hands an image in owns it.
+    // The user who uploads an image owns it.
     fs::permissions(incoming, fs::perms(0777));
     for (const auto* const file : {victim, otherVictim})
     {

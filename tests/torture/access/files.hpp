@@ -19,30 +19,31 @@ inline constexpr auto releaseFile = "/run/release/bios-release";
 inline constexpr auto backupRoot = "/run/backup";
 inline constexpr auto incoming = "/run/incoming";
 inline constexpr auto mounts = "/run/mounts";
-/** Somebody else's files, which no operation may touch: one on each file
+/** Files of another user, which no operation may touch: one on each file
  *  system, for hard links. */
 inline constexpr auto victimDirectory = "/run/victim";
 inline constexpr auto victim = "/run/victim/version";
 inline constexpr auto otherVictimDirectory = "/usr/share/victim";
 inline constexpr auto otherVictim = "/usr/share/victim/version";
 
-/** All that the operations of this experiment could harm. */
+/** Every file that the operations of this experiment could harm. */
 std::vector<std::string> everything();
 
-/** None of them. */
+/** Removes all of them. */
 void removeEverything();
 
-/** As on a machine in use, with /run/lock closed: owned by root, readable for
- * everyone but for the lock file. */
+/** Installs the files as on a machine in use, with /run/lock closed: owned by
+ *  root, and readable for everyone except for the lock file. */
 void installEverything();
 
-/** A character device that anybody may open. */
+/** Makes a character device that every user may open. */
 void makeDevice(const std::string& at);
 
 using Operation =
     std::function<std::string(phosphor::software::updater::FwManager&)>;
 
-/** What the operations tell: the status, and what was read in quotes. */
+/** The operations return their result as text: the status, and what was read
+ *  in quotes. */
 std::string save(phosphor::software::updater::FwManager& manager);
 std::string remove(phosphor::software::updater::FwManager& manager);
 std::string read(phosphor::software::updater::FwManager& manager);
@@ -50,7 +51,7 @@ std::string readConfiguration(phosphor::software::updater::FwManager& manager);
 std::string readRelease(phosphor::software::updater::FwManager& manager);
 std::string setRelease(phosphor::software::updater::FwManager& manager);
 std::string writeRelease(phosphor::software::updater::FwManager& manager);
-/** Tells whether the image that was handed in is still there. */
+/** Returns whether the uploaded image is still there. */
 std::string backUp(phosphor::software::updater::FwManager& manager);
 std::string promote(phosphor::software::updater::FwManager& manager);
 std::string readBackups(phosphor::software::updater::FwManager& manager);

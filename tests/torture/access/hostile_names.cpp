@@ -15,11 +15,11 @@ namespace
 
 using phosphor::software::updater::FwManager;
 
-/** What the store makes of a text. */
+/** What the store does with a text. */
 enum class Fate
 {
     kept,
-    cut, //!< at its NUL
+    cut, //!< it ends at its NUL
     refused
 };
 
@@ -93,7 +93,7 @@ constexpr auto documentBefore = "{\n"
                                 "    }\n"
                                 "}\n";
 
-/** As a store would that writes texts as they are. */
+/** Saves as a store would that does not escape texts. */
 std::string saveRaw(const Record& record)
 {
     support::writeFile(stateFile, "{\"Other\": {\"key\": \"other\"}, "
@@ -127,14 +127,14 @@ void saveHostilely(const Plan& plan, std::string_view role, const Text& text,
     };
 
     support::writeFile(stateFile, documentBefore);
-    const std::string told = act(As::root, [&] {
+    const std::string result = act(As::root, [&] {
         FwManager manager(record.section);
         return plan.breaks("raw-names")
                    ? saveRaw(record)
                    : std::to_string(manager.saveVersionStringFromInfo(
                          record.key, record.value));
     });
-    expect("the status", told, text.fate == Fate::refused ? "-1" : "0");
+    expect("the status", result, text.fate == Fate::refused ? "-1" : "0");
     const auto value = record.value.substr(0, record.value.find('\0'));
     expect("what is read", get(record.section, record.key),
            text.fate == Fate::refused ? "" : value.substr(0, mostReadBytes));
@@ -147,15 +147,16 @@ void saveHostilely(const Plan& plan, std::string_view role, const Text& text,
     report.count("hostile texts");
 }
 
-/** The release file has no quoting: a line break in a value is one there. */
+/** The release file escapes nothing: a line break in a value breaks its line.
+ */
 void breakTheReleaseFile(Report& report)
 {
-    struct Row
+    struct HostileValue
     {
         std::string value;
-        std::string told;
+        std::string result;
     };
-    for (const auto& row : std::to_array<Row>({
+    for (const auto& hostile : std::to_array<HostileValue>({
              {"1.0", "1.0, old"},
              {"a\"b=c", "a\"b=c, old"},
              {"1.0\"\nNAME=\"planted", "1.0, planted"},
@@ -166,14 +167,14 @@ void breakTheReleaseFile(Report& report)
         support::writeFile(releaseFile, "NAME=\"old\"\n");
         const auto seen = act(As::root, [&] {
             using namespace phosphor::software::updater;
-            bmcReleaseFileItemSet(releaseFile, "VERSION_ID", row.value);
+            bmcReleaseFileItemSet(releaseFile, "VERSION_ID", hostile.value);
             std::map<std::string, std::string> entries;
             bmcReleaseFileRead(releaseFile, entries);
             return entries["VERSION_ID"] + ", " + entries["NAME"];
         });
-        if (seen != row.told)
+        if (seen != hostile.result)
         {
-            report.loss("release file with '" + row.value + "': " + seen);
+            report.loss("release file with '" + hostile.value + "': " + seen);
         }
         report.count("hostile texts");
     }

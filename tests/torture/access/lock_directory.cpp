@@ -34,26 +34,26 @@ struct Directory
     std::string_view name;
     unsigned int mode;
     bool isOpen;
-    /** What becomes of a save while somebody holds the lock, after another
-     *  user has tried to remove the lock file. */
+    /** The result of a save while the lock is held, after another user has
+     *  tried to remove the lock file. */
     std::string_view saveAfterRemoval;
 };
 
 constexpr std::array<Directory, 3> directories{{
-    {"directory of root's", 0755, false, waits},
+    {"directory of root", 0755, false, waits},
     {"directory open to all", 0777, true, saves},
     {"sticky directory open to all", 01777, true, waits},
 }};
 
-/** What another user puts there, as far as the kernel lets him. */
+/** A file that another user puts there, if the kernel allows it. */
 struct Plant
 {
     std::string_view name;
     void (*make)();
-    /** The status of root's save when it lies there. */
+    /** The status of root's save when the file is there. */
     std::string_view save;
-    /** The setting of the kernel that refuses root to open it in a sticky
-     *  directory; empty for none. */
+    /** The kernel setting that forbids root to open the file in a sticky
+     *  directory; empty if there is none. */
     std::string_view guard = {};
 };
 
@@ -65,7 +65,7 @@ constexpr std::array<Plant, 6> plants{{
     {"FIFO", [] { support::checked(::mkfifo(lockFile, 0666), "mkfifo"); }, "0",
      "protected_fifos"},
     {"directory", [] { fs::create_directory(lockFile); }, "-1"},
-    {"file of his own", [] { support::writeFile(lockFile, "x"); }, "0",
+    {"file of the user", [] { support::writeFile(lockFile, "x"); }, "0",
      "protected_regular"},
 }};
 
@@ -111,7 +111,7 @@ bool isOn(std::string_view setting)
            support::readFile("/proc/sys/fs/" + std::string(setting)) != "0\n";
 }
 
-/** Whether the kernel lets another user plant it there. */
+/** Whether the kernel allows another user to plant the file there. */
 bool canBePlanted(const Plant& plant, const Directory& directory)
 {
     return directory.isOpen &&
@@ -166,7 +166,7 @@ void removeTheHeldLock(const Directory& directory, Report& report)
     report.count("removed locks");
 }
 
-/** Whether somebody without rights can hold the services up. */
+/** Checks whether a user without rights can block the services. */
 void holdTheLock(const std::string& what, std::string_view should,
                  Report& report)
 {
@@ -199,7 +199,7 @@ void installWithoutTheDirectory()
     fs::permissions("/run/lock", fs::perms(01777));
 }
 
-/** Where the directory is missing, anybody may lead it elsewhere. */
+/** If the directory is missing, every user can replace it by a link. */
 void linkTheDirectory(Report& report)
 {
     installWithoutTheDirectory();
@@ -209,20 +209,20 @@ void linkTheDirectory(Report& report)
     });
     const auto before = takeSnapshot({victimDirectory});
     saveAsRoot();
-    // An empty file of root's, unless fs.protected_symlinks forbids to follow.
+    // Root makes an empty file there, unless fs.protected_symlinks forbids it.
     const fs::path made = fs::path(victimDirectory) / "version.lock";
     if (fs::exists(made))
     {
         expect(report, "the lock behind a planted directory",
                support::readFile(made), "");
         fs::remove(made);
-        report.count("locks led elsewhere");
+        report.count("redirected locks");
     }
     expect(report, "a link as the lock directory",
            differences(before, takeSnapshot({victimDirectory})), "");
 }
 
-/** Where it is missing, whoever calls first owns the lock for good. */
+/** If the directory is missing, the first caller owns the lock for good. */
 void ownTheDirectory(Report& report)
 {
     installWithoutTheDirectory();
@@ -233,7 +233,7 @@ void ownTheDirectory(Report& report)
     expect(report, "the owner of the lock",
            std::to_string(support::statusOf(lockFile).st_uid),
            std::to_string(nobody));
-    holdTheLock("a lock file of somebody else's", waits, report);
+    holdTheLock("a lock file of another user", waits, report);
 }
 
 } // namespace

@@ -8,19 +8,19 @@ namespace torture::access
 /** A user without rights reads what is readable and changes nothing. */
 void actUnprivileged(const Plan& plan, Report& report);
 
-/** What lies in the place of a file is not followed into harm. */
+/** A file planted in place of another leads to no harm. */
 void plant(const Plan& plan, Report& report);
 
-/** What others can do where they may write beside the lock file. */
+/** What other users can do if they can write to the lock directory. */
 void shareTheLockDirectory(const Plan& plan, Report& report);
 
 /** Any text as a name or value harms no other record. */
 void nameHostilely(const Plan& plan, Report& report);
 
-/** Where the backup of a firmware with such a name lies. */
+/** Where the backup of a firmware with a hostile name is written. */
 void nameBackups(const Plan& plan, Report& report);
 
-/** A program that is executed gets none of the library's descriptors. */
+/** An executed program inherits no descriptor of the library. */
 void execute(const Plan& plan, Report& report);
 
 } // namespace torture::access

@@ -41,7 +41,7 @@ std::string victimBeside(const std::string& at)
     return at.starts_with("/run/") ? victim : otherVictim;
 }
 
-/** What may lie in the place of a file. */
+/** A kind of file that may be planted in place of another. */
 struct Kind
 {
     std::string_view name;
@@ -68,29 +68,29 @@ constexpr std::array<Kind, 9> kinds{{
      [](const std::string& at) { support::writeFile(at + "/x", "x"); }},
 }};
 
-using Told = std::array<std::string_view, kinds.size()>;
+using Results = std::array<std::string_view, kinds.size()>;
 
-/** What an operation tells of each kind; "-" where it is not tried. */
-struct Row
+/** An operation on a planted file, and its result for each kind of file; "-"
+ *  if that kind is not tried. */
+struct PlantedCase
 {
     std::string_view place;
     std::string_view name;
     std::string (*run)(FwManager&);
-    Told told;
+    Results results;
 };
 
 constexpr auto verifyingSlot = "/run/backup/BMC/verifying";
 constexpr auto versionFile = "/run/backup/BMC/verifying/version";
 constexpr auto image = "/run/incoming/firmware.tar";
 
-// /run admits no devices, so one cannot be opened there.
-constexpr Told gone{"image gone", "image gone", "image gone",
-                    "image gone", "image gone", "image gone",
-                    "image gone", "image gone", "image gone"};
+constexpr Results gone{"image gone", "image gone", "image gone",
+                       "image gone", "image gone", "image gone",
+                       "image gone", "image gone", "image gone"};
 
-// In the order of the kinds. /run admits no devices, so one cannot be opened
-// there.
-constexpr std::array<Row, 18> rows{{
+// In the order of the kinds. /run is mounted with nodev, so a device cannot be
+// opened there.
+constexpr std::array<PlantedCase, 18> plantedCases{{
     {lockFile,
      "save",
      save,
@@ -168,35 +168,35 @@ void putIntoPlace(const Kind& kind, const std::string& place)
 
 void plant(const Plan& plan, Report& report)
 {
-    for (const auto& row : rows)
+    for (const auto& planted : plantedCases)
     {
         for (size_t i = 0; i < kinds.size(); ++i)
         {
-            const std::string place(row.place);
-            if (row.told.at(i) == "-")
+            const std::string place(planted.place);
+            if (planted.results.at(i) == "-")
             {
                 continue;
             }
             putIntoPlace(kinds.at(i), place);
             if (plan.breaks("followed-link") && place == stateFile)
             {
-                // The one place where a link is followed, to a document.
+                // Plants a document that the link leads to.
                 support::writeFile(otherVictim, "{}\n");
             }
             const auto before =
                 takeSnapshot({victimDirectory, otherVictimDirectory});
-            const std::string told = act(As::root, [&] {
+            const std::string result = act(As::root, [&] {
                 FwManager manager("BMC");
-                return row.run(manager);
+                return planted.run(manager);
             });
             const auto after =
                 takeSnapshot({victimDirectory, otherVictimDirectory});
-            const std::string cell = std::string(row.name) + ", a " +
+            const std::string cell = std::string(planted.name) + ", a " +
                                      std::string(kinds.at(i).name) + " as " +
                                      place + ": ";
-            if (told != row.told.at(i))
+            if (result != planted.results.at(i))
             {
-                report.loss(cell + told);
+                report.loss(cell + result);
             }
             if (before != after)
             {

@@ -7,12 +7,13 @@
 namespace torture::access
 {
 
-/** Every file below some paths: kind, mode, owner, and content or target. */
+/** Every file below some paths, with its kind, mode, owner, and its content or
+ *  target. */
 using Snapshot = std::map<std::string, std::string>;
 
 Snapshot takeSnapshot(const std::vector<std::string>& paths);
 
-/** What is new, gone or different, in words; empty for nothing. */
+/** Describes what is new, missing or different; empty if nothing is. */
 std::string differences(const Snapshot& before, const Snapshot& after);
 
 } // namespace torture::access

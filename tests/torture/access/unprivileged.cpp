@@ -36,7 +36,7 @@ void closeFiles()
     }
 }
 
-/** Where the image is not his either. */
+/** The user does not own the image either. */
 void installEverythingClosed()
 {
     installEverything();
@@ -56,12 +56,12 @@ constexpr std::array<Situation, 4> situations{{
     {"closed files", closeFiles},
 }};
 
-/** What an operation tells in each of the situations. */
-struct Row
+/** An operation, and its result in each situation. */
+struct UnprivilegedCase
 {
     std::string_view name;
     std::string (*run)(FwManager&);
-    std::array<std::string_view, situations.size()> told;
+    std::array<std::string_view, situations.size()> results;
 };
 
 std::string deleteEntry(FwManager& manager)
@@ -83,7 +83,7 @@ std::string judgeMount(FwManager& manager)
 constexpr auto denied = "threw Permission denied";
 
 // Without its files nothing is configured, so there is no backup area either.
-constexpr std::array<Row, 13> rows{{
+constexpr std::array<UnprivilegedCase, 13> unprivilegedCases{{
     {"save", save, {"-1", "-1", "-1", "-1"}},
     {"delete", remove, {"-1", "-1", "-1", "-1"}},
     {"read", read, {"''", "''", denied, "''"}},
@@ -103,18 +103,18 @@ constexpr std::array<Row, 13> rows{{
      {"2.0, 1.0", "before, before", denied, "before, before"}},
 }};
 
-/** The one thing that he changes, and it was his own. */
+/** The one thing that the user can change is an image of their own. */
 void giveAnImageAway(As as, Report& report)
 {
     installEverything();
     const auto before = takeSnapshot({backupRoot});
-    const std::string told = act(as, [] {
+    const std::string result = act(as, [] {
         FwManager manager("BMC");
         return backUp(manager);
     });
-    if (told != "image gone" || before != takeSnapshot({backupRoot}))
+    if (result != "image gone" || before != takeSnapshot({backupRoot}))
     {
-        report.loss("an image of his own, unprivileged: " + told);
+        report.loss("a user's own image, unprivileged: " + result);
     }
 }
 
@@ -125,21 +125,21 @@ void actUnprivileged(const Plan& plan, Report& report)
     const As as = plan.breaks("privileged") ? As::root : As::nobody;
     for (size_t i = 0; i < situations.size(); ++i)
     {
-        for (const auto& row : rows)
+        for (const auto& each : unprivilegedCases)
         {
             situations.at(i).prepare();
             const auto before = takeSnapshot(everything());
-            const std::string told = act(as, [&] {
+            const std::string result = act(as, [&] {
                 FwManager manager("BMC");
-                return row.run(manager);
+                return each.run(manager);
             });
             const auto after = takeSnapshot(everything());
-            const std::string cell = std::string(row.name) + ", " +
+            const std::string cell = std::string(each.name) + ", " +
                                      std::string(situations.at(i).name) +
                                      ", unprivileged: ";
-            if (told != row.told.at(i))
+            if (result != each.results.at(i))
             {
-                report.loss(cell + told);
+                report.loss(cell + result);
             }
             if (before != after)
             {

@@ -40,7 +40,7 @@ std::set<std::string> openDescriptors()
 
 Bench::Bench(const Plan& thePlan) : plan(thePlan)
 {
-    // Its first record opens the descriptor that a process keeps for them.
+    // The first record opens a descriptor that the process keeps.
     const FwManager nameless("none");
     journal.take();
 }
@@ -106,7 +106,7 @@ Seen Bench::observe(FwManager& manager, const Operation& operation,
     }
     try
     {
-        seen.told = operation.run(manager, object, text);
+        seen.returned = operation.run(manager, object, text);
     }
     catch (const sdbusplus::exception::SdBusError& error)
     {
@@ -118,7 +118,7 @@ Seen Bench::observe(FwManager& manager, const Operation& operation,
     }
     leakMessages(false);
     seen.heldMessages = heldMessages() - messagesBefore;
-    // Before the descriptors: a long record is passed as one.
+    // Before the descriptors: a long record is passed as a descriptor.
     seen.records = takeErrors();
     for (const auto& number : openDescriptors())
     {

@@ -17,18 +17,18 @@
 namespace torture::bus
 {
 
-/** All that can be seen of an operation. */
+/** Everything that can be seen of an operation. */
 struct Seen
 {
-    Told told;
-    /** The text of the SdBusError that left it, if one did. */
+    Returned returned;
+    /** The text of the SdBusError that it threw, if any. */
     std::string left;
-    /** Its records at error level, less the fields that depend on the source
+    /** Its records at error level, without the fields that depend on the source
      *  and the process. */
     std::vector<support::JournalRecord> records;
     std::string releaseFile;
-    /** What the property holds, as busctl prints it; none when the services
-     *  are not at hand or do as if. */
+    /** What the property holds, as busctl prints it; nothing if the services
+     *  are absent, or accept a Set without storing it. */
     std::optional<std::string> property;
     int heldMessages = 0;
     std::set<std::string> openedDescriptors = {};
@@ -40,9 +40,9 @@ class Bench
   public:
     explicit Bench(const Plan& plan);
 
-    /** Puts all in order, and then lets the misbehaviour in. */
+    /** Restores everything, and then starts the misbehaviour. */
     void misbehave(const Operation& operation, const Misbehaviour& how);
-    /** Everything works again, but for a connection that is lost. */
+    /** Makes everything work again, except a lost connection. */
     void heal(const Operation& operation);
 
     Seen observe(phosphor::software::updater::FwManager& manager,
@@ -68,7 +68,7 @@ class Bench
     bool servicesStore = true;
 };
 
-/** Enough for a long text on a busy machine, in a sanitized build. */
+/** Enough for a long text on a busy machine, also with sanitizers. */
 inline constexpr uint64_t longTimeOutMicroseconds = 300'000'000;
 
 /** How long the calls of this thread's connection wait. */

@@ -15,7 +15,7 @@ namespace
 using phosphor::software::updater::FwManager;
 using support::Answer;
 
-/** Ends the bus as soon as a call is under way, at the latest at the end. */
+/** Ends the bus when a call arrives, at the latest when it is destroyed. */
 class EndingDuringTheCall
 {
   public:
@@ -35,7 +35,7 @@ class EndingDuringTheCall
     std::jthread thread;
 };
 
-/** Calls, and judges by what a manager made at that time is to see. */
+/** Calls an operation and checks that it ends as expected. */
 class Caller
 {
   public:
@@ -85,7 +85,7 @@ void endBetweenTheCalls(Bench& bench, const Operation& operation, Caller caller)
     bench.systemBus().stop();
     bench.removeServices();
     caller.call(before, "the bus ended before", closed());
-    caller.call(before, "the bus is still gone", closed());
+    caller.call(before, "the bus is still stopped", closed());
     FwManager meanwhile("Host");
     caller.call(meanwhile, "another manager without a bus", never());
 
@@ -99,7 +99,7 @@ void endBetweenTheCalls(Bench& bench, const Operation& operation, Caller caller)
 void callAfterwards(Caller caller)
 {
     FwManager after("Host");
-    caller.call(after, "a new manager when the old ones are gone", Ending());
+    caller.call(after, "a new manager after the end of the old ones", Ending());
 }
 
 void startWithoutABus(Bench& bench, const Operation& operation, Caller caller)

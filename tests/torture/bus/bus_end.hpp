@@ -5,8 +5,8 @@
 namespace torture::bus
 {
 
-/** The bus ends and comes back: what becomes of the managers made before,
- *  meanwhile and after, and that a caller gets on by making a new one. */
+/** The bus ends and comes back. Checks the managers made before, meanwhile and
+ *  after, and that a caller can continue with a new manager. */
 void endTheBus(Bench& bench, const Operation& operation, Report& report);
 
 } // namespace torture::bus

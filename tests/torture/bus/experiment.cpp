@@ -92,7 +92,7 @@ Experiment misbehavingBus()
     return {
         .name = "bus",
         .claim =
-            "whatever the bus does, each call ends as it should and is told",
+            "whatever the bus does, each call ends and reports as it should",
         .sabotages = {"obedient-services", "swallowed-journal",
                       "leaked-message"},
         .run = run,

@@ -16,7 +16,7 @@ thread_local int held = 0;
 thread_local bool leaking = false;
 thread_local bool kept = false;
 
-/** libsystemd calls the functions below too, for references of its own. */
+/** libsystemd also calls the functions below, for its own references. */
 thread_local bool inside = false;
 
 /** Calls libsystemd's function. */
@@ -30,13 +30,13 @@ auto callNext(const char* name, Arguments... arguments)
     return result;
 }
 
-/** Counts references that the calls of others take. */
+/** Counts references that other calls take. */
 void take(bool taken)
 {
     held += taken && !inside ? 1 : 0;
 }
 
-/** Whether a reference that is returned is to be kept after all. */
+/** Whether to keep a reference that should be returned. */
 bool keep()
 {
     kept = leaking && !inside && !kept;
@@ -63,8 +63,8 @@ using torture::bus::inside;
 using torture::bus::keep;
 using torture::bus::take;
 
-// What follows takes the place of libsystemd's functions in the whole process,
-// because a program comes before its libraries.
+// These functions replace those of libsystemd in the whole process: the linker
+// searches the program before its libraries.
 
 int sd_bus_message_new_method_call(sd_bus* bus, sd_bus_message** m,
                                    const char* destination, const char* path,

@@ -4,14 +4,14 @@ namespace torture::bus
 {
 
 /**
- * How many references to bus messages this thread has taken and not yet
- * returned. The library's calls of libsystemd are led through this program,
- * whichever way it is built: no sanitizer is needed.
+ * The number of references to bus messages that this thread has taken and not
+ * yet returned. The library's calls to libsystemd pass through this program in
+ * every build, so no sanitizer is needed.
  */
 int heldMessages();
 
-/** From now on every other reference that this thread returns is kept: a
- *  leak, as of a forgotten release. */
+/** From now on this thread keeps every second reference that it should
+ *  return: a leak, as from a forgotten release. */
 void leakMessages(bool leak);
 
 } // namespace torture::bus

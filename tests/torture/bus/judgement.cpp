@@ -40,7 +40,7 @@ std::string replaced(std::string text, const std::string& placeholder,
                : text.replace(place, placeholder.size(), value);
 }
 
-/** The one record of a failure, whose text is the platform's to say. */
+/** The one record of a failure; the platform determines the error's text. */
 JournalRecord recordOf(const Operation& operation, const std::string& object,
                        const std::string& error)
 {
@@ -58,7 +58,7 @@ JournalRecord recordOf(const Operation& operation, const std::string& object,
     return record;
 }
 
-/** The error that was logged, if it begins as it should. */
+/** The logged error if it begins as expected; otherwise the beginning. */
 std::string completed(const std::string& beginning, const Seen& seen)
 {
     for (const auto& record : seen.records)
@@ -105,11 +105,11 @@ std::string propertyAfter(const Operation& operation, const Ending& ending)
     return sent.empty() ? "s \"held\"" : sent;
 }
 
-/** What is to be seen, the platform's own words taken from what was seen. */
+/** What must be seen; the platform's own texts are copied from what was. */
 Seen wanted(const Seen& seen, const Operation& operation, const Ending& ending,
             const std::string& object, const std::string& text)
 {
-    Seen wanted{.told = {},
+    Seen wanted{.returned = {},
                 .left = "",
                 .records = {},
                 .releaseFile = releaseBefore,
@@ -117,14 +117,14 @@ Seen wanted(const Seen& seen, const Operation& operation, const Ending& ending,
     switch (ending.kind)
     {
         case Ending::Kind::succeeds:
-            wanted.told.status = operation.failed.status.empty() ? "" : "0";
-            wanted.told.read =
+            wanted.returned.status = operation.failed.status.empty() ? "" : "0";
+            wanted.returned.read =
                 operation.column == Column::get ? ending.read : "";
             wanted.releaseFile = releaseFileAfter(operation, text);
             wanted.property = propertyAfter(operation, ending);
             break;
         case Ending::Kind::fails:
-            wanted.told = operation.failed;
+            wanted.returned = operation.failed;
             wanted.records = {
                 recordOf(operation, object, completed(ending.error, seen))};
             break;
@@ -151,8 +151,8 @@ void judge(Report& report, const std::string& cell, const Seen& seen,
                         shown(should));
         }
     };
-    compare("status", seen.told.status, want.told.status);
-    compare("text", seen.told.read, want.told.read);
+    compare("status", seen.returned.status, want.returned.status);
+    compare("text", seen.returned.read, want.returned.read);
     compare("exception", seen.left, want.left);
     compare("log", seen.records, want.records);
     compare("release file", seen.releaseFile, want.releaseFile);

@@ -5,8 +5,8 @@
 namespace torture::bus
 {
 
-/** Tells every difference between what was seen of an operation, and how it
- *  has to end, as a loss. */
+/** Reports as a loss every difference between what was seen of an operation
+ *  and how it must end. */
 void judge(Report& report, const std::string& cell, const Seen& seen,
            const Operation& operation, const Ending& ending,
            const std::string& object, const std::string& text);

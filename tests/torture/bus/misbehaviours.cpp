@@ -19,7 +19,7 @@ Endings all(const Ending& ending)
     return {{text, ending}, {list, ending}, {plain, ending}, {get, ending}};
 }
 
-/** For a reply, which only a get looks at. */
+/** For replies: only a get reads its reply. */
 Endings getAlone(const Ending& ending)
 {
     Endings endings = all(succeeds());
@@ -83,13 +83,13 @@ std::vector<Misbehaviour> replies(const std::string& longText)
         {.name = "no body",
          .endings = getAlone(reads("")),
          .answer = Answer::emptyReply()},
-        {.name = "more than a variant",
+        {.name = "variant and more",
          .endings = getAlone(succeeds()),
          .answer = Answer::body("vsv", "s held more i 7")},
         {.name = "no variant",
          .endings = getAlone(fails("sd_bus_message_skip variant: ")),
          .answer = Answer::body("s", "held")},
-        {.name = "no variant but a structure",
+        {.name = "structure, not a variant",
          .endings = getAlone(fails("sd_bus_message_skip variant: ")),
          .answer = Answer::body("(v)", "s held")},
         {.name = "long reply",
@@ -141,13 +141,13 @@ std::vector<Misbehaviour> arguments(const std::string& longText)
              sent(sends('"' + longText + '"'), sends('"' + longText + '"')),
          .slow = true,
          .text = longText},
-        {.name = "text that no message has room for",
+        {.name = "text too long for a message",
          .endings = {{text, fails("sd_bus_call: ")},
                      {list, fails("sd_bus_call: ")}},
          .slow = true,
          .disconnects = true,
          .text = std::string(40 * mebibyte, 'x')},
-        {.name = "text that is no UTF-8",
+        {.name = "text that is not UTF-8",
          .endings = sent(fails("sd_bus_call: "), sends("")),
          .text = "te\xffxt"},
         {.name = "text with a NUL",
@@ -157,7 +157,7 @@ std::vector<Misbehaviour> arguments(const std::string& longText)
         noObjectPath("object without a name", ""),
         noObjectPath("object with two slashes", "a//b"),
         noObjectPath("object that ends in a slash", "a/"),
-        noObjectPath("object that is no UTF-8", "a\xff"),
+        noObjectPath("object that is not UTF-8", "a\xff"),
         noObjectPath("object of 1 MiB", std::string(mebibyte, 'x')),
     };
 }

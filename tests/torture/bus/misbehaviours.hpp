@@ -18,15 +18,15 @@ struct Ending
     enum class Kind
     {
         succeeds,
-        fails, //!< its failure result, and the record with this ERROR
-        leaves //!< SdBusError with this text, and no record
+        fails, //!< returns its failure result; logs a record with this ERROR
+        leaves //!< throws SdBusError with this text; logs no record
     };
     Kind kind = Kind::succeeds;
-    /** The beginning of the error's text: the rest is the platform's. */
+    /** The beginning of the error's text; the platform determines the rest. */
     std::string error;
-    /** What is read on success. */
+    /** The text that is read on success. */
     std::string read = "held";
-    /** Of the text argument, what arrives. */
+    /** The part of the text argument that arrives. */
     std::string sent = "\"text\"";
 };
 
@@ -46,28 +46,28 @@ enum class Peer
 };
 
 /** Something that goes wrong with a bus call, and how each kind of operation
- *  has to take it. */
+ *  must end then. */
 struct Misbehaviour
 {
     std::string_view name;
-    /** By the column of the operation; without an entry it is not for such
-     *  operations. */
+    /** The ending for each column of operations. A column without an entry is
+     *  not tried. */
     std::map<Column, Ending> endings;
 
     support::Answer answer = support::Answer::accept();
     Peer peer = Peer::lives;
-    /** Until nobody waits any longer. */
+    /** The answer comes only after the caller's time-out. */
     bool timesOut = false;
-    /** Takes its time, so few operations are enough for every day. */
+    /** Takes long, so a quick run tries only a few operations. */
     bool slow = false;
-    /** Nothing of this connection works any more. */
+    /** The connection does not work any more. */
     bool disconnects = false;
-    /** Instead of the operation's own. */
+    /** These replace the object and the text of the operation. */
     std::optional<std::string> object = std::nullopt;
     std::optional<std::string> text = std::nullopt;
 };
 
-/** All of them, long texts of this size. */
+/** All misbehaviours; long texts have this size. */
 std::vector<Misbehaviour> misbehaviours(size_t longBytes);
 
 } // namespace torture::bus

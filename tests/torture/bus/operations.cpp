@@ -16,22 +16,22 @@ constexpr auto staged = "/xyz/openbmc_project/software/bios_staged";
 constexpr auto button = "/xyz/openbmc_project/chassis/buttons/power";
 
 template <auto operation>
-Told write(FwManager& manager, const std::string& object,
-           const std::string& text)
+Returned write(FwManager& manager, const std::string& object,
+               const std::string& text)
 {
     return {std::to_string((manager.*operation)(object, text)), ""};
 }
 
 template <auto operation>
-Told setProgress(FwManager& manager, const std::string& object,
-                 const std::string& ignored)
+Returned setProgress(FwManager& manager, const std::string& object,
+                     const std::string& ignored)
 {
     constexpr uint8_t percent = 42;
     return {std::to_string((manager.*operation)(object, percent, ignored)), ""};
 }
 
 template <auto operation>
-Told read(FwManager& manager, const std::string& object, const std::string&)
+Returned read(FwManager& manager, const std::string& object, const std::string&)
 {
     std::string version = "before";
     const int status = (manager.*operation)(object, version);
@@ -39,26 +39,26 @@ Told read(FwManager& manager, const std::string& object, const std::string&)
 }
 
 template <auto operation>
-Told mask(FwManager& manager, const std::string&, const std::string&)
+Returned mask(FwManager& manager, const std::string&, const std::string&)
 {
     return {std::to_string((manager.*operation)()), ""};
 }
 
-Told initOptions(FwManager& manager, const std::string& object,
-                 const std::string& text)
+Returned initOptions(FwManager& manager, const std::string& object,
+                     const std::string& text)
 {
     manager.name = object;
     return {std::to_string(manager.initUpdateOption({text, "b"})), ""};
 }
 
-Told readOption(FwManager& manager, const std::string& object,
-                const std::string&)
+Returned readOption(FwManager& manager, const std::string& object,
+                    const std::string&)
 {
     manager.name = object;
     return {"", manager.readOption()};
 }
 
-Told deleteAll(FwManager& manager, const std::string&, const std::string&)
+Returned deleteAll(FwManager& manager, const std::string&, const std::string&)
 {
     constexpr int all = 65535;
     return {std::to_string(manager.deleteVersion("Staged", all)), ""};

@@ -17,7 +17,7 @@ namespace
 using support::Answer;
 using support::FakeServices;
 
-/** Answers only when nobody waits any longer. */
+/** Answers only after the caller's time-out. */
 constexpr std::chrono::microseconds tooLate{3 * shortTimeOutMicroseconds};
 
 void waitForCall(FakeServices& services, const std::string& path)

@@ -6,7 +6,7 @@
 namespace torture::bus
 {
 
-/** The services in a process of their own, as on a machine. */
+/** The services in a separate process, as on a real machine. */
 class ServiceProcess
 {
   public:
@@ -21,7 +21,7 @@ class ServiceProcess
     support::Child process;
 };
 
-/** How long a call waits that nobody answers. */
+/** How long a call waits for an answer that does not come. */
 inline constexpr uint64_t shortTimeOutMicroseconds = 50'000;
 
 } // namespace torture::bus

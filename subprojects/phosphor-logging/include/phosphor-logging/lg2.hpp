@@ -19,7 +19,7 @@
  * of the form "<PRIORITY> MESSAGE" goes to standard error if that was a
  * terminal or LG2_FORCE_STDERR was set when the program was loaded.
  *
- * A std::source_location before the text takes the place of the caller's.
+ * A std::source_location before the text replaces the caller's location.
  *
  * Keys and the types of values are checked while compiling; value.hpp lists
  * the types. A record that cannot be sent is lost.

@@ -15,13 +15,12 @@ inline namespace fenmarch_subset
 {
 
 /**
- * A connection to the bus: holds one reference, which its destructor gives
- * back.
+ * A connection to the bus: holds one reference, which its destructor releases.
  *
  * May hold no connection at all: then new_method_call() throws. A connection
- * has to have its unique name: a constructor waits until the bus has assigned
- * it, and throws std::logic_error, the reference given back, when the
- * connection is closed, breaks meanwhile or was opened before a fork.
+ * must have its unique name, so a constructor waits until the bus has assigned
+ * it. When the connection is closed, breaks meanwhile or was opened before a
+ * fork, the constructor releases the reference and throws std::logic_error.
  */
 class bus_t
 {
@@ -69,7 +68,7 @@ class bus_t
     }
 
     /**
-     * Sends the message and blocks until its reply is here, at most for the
+     * Sends the message and blocks until its reply arrives, at most for the
      * default time-out of libsystemd.
      *
      * @throws exception::SdBusError "sd_bus_call: ..." with the error that the
@@ -112,7 +111,7 @@ class bus_t
         {
             const char* name = nullptr;
             calls().sd_bus_get_unique_name(bus, &name);
-            // As in the package, which keeps the name: a null pointer throws.
+            // As in the package, which stores the name: a null pointer throws.
             static_cast<void>(std::string(name));
         }
     }

@@ -18,7 +18,7 @@ inline namespace fenmarch_subset
 namespace exception
 {
 
-/** What every exception of the bus offers beside what(). */
+/** What every exception of the bus has besides what(). */
 class exception : public std::exception
 {
   public:
@@ -28,14 +28,14 @@ class exception : public std::exception
     /** The text that goes with the name. */
     virtual const char* description() const noexcept = 0;
 
-    /** The positive error number that stands for the name. */
+    /** The positive error number that corresponds to the name. */
     virtual int get_errno() const noexcept = 0;
 };
 
 /**
- * A failed call of libsystemd. Its what() is "prefix: name: message", the
- * prefix being the failed step. Can be moved, not copied; one that was moved
- * from is only good for destruction.
+ * A failed call of libsystemd. Its what() is "prefix: name: message", where the
+ * prefix names the failed step. It can be moved, not copied. A moved-from
+ * object can only be destroyed.
  */
 class SdBusError final : public exception
 {
@@ -49,7 +49,7 @@ class SdBusError final : public exception
         composeText(prefix);
     }
 
-    /** Takes the error over and leaves *source empty. */
+    /** Takes ownership of the error and leaves *source empty. */
     SdBusError(sd_bus_error* source, const char* prefix,
                SdBusInterface* interface = &sdbus_impl) :
         calls(interface), error(std::exchange(*source, sd_bus_error{}))

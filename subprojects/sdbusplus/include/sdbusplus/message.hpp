@@ -16,8 +16,8 @@ inline namespace fenmarch_subset
 
 class bus_t;
 
-/** A message: holds one reference, which its destructor gives back. References
- *  are taken and given back past the interface: a message may outlive it. */
+/** A message: holds one reference, which its destructor releases. References
+ *  are taken and released without the interface: a message may outlive it. */
 class message_t
 {
   public:
@@ -57,11 +57,12 @@ class message_t
     }
 
     /**
-     * Reads values in order, each a std::variant: a D-Bus variant that holds
-     * none of its alternatives is skipped and leaves the default of the first.
+     * Reads values in order, each a std::variant. A D-Bus variant of a type
+     * that is not an alternative is skipped: the value becomes the default of
+     * the first alternative.
      *
      * @throws exception::SdBusError naming the failed step; the value that was
-     *         being read and those behind it are as they were
+     *         being read and the values after it are unchanged
      */
     template <typename... Values>
     void read(Values&... values)

@@ -10,9 +10,9 @@
  * linker's names differ: code built on the subset and code built on the real
  * package can be loaded into one process without sharing a definition.
  *
- * That does not stop a caller on the one from using a library on the other,
- * whose types have another layout. libfenmarch refuses such a caller by a
- * static_assert, an ABI tag and the version of its symbols.
+ * That does not prevent a caller built on one from using a library built on the
+ * other, whose types have another layout. libfenmarch refuses such a caller by
+ * a static_assert, an ABI tag and the version of its symbols.
  */
 namespace sdbusplus
 {
@@ -22,7 +22,7 @@ inline namespace fenmarch_subset
 /**
  * The libsystemd calls that a bus_t and its messages make: each function is
  * named and typed as its call and returns what the call returns. A substitute
- * derives from SdBusImpl and overrides the calls that it watches or fails.
+ * derives from SdBusImpl and overrides the calls that it observes or lets fail.
  */
 class SdBusInterface
 {
@@ -165,7 +165,7 @@ class SdBusImpl : public SdBusInterface
     }
 };
 
-/** The implementation used wherever no other is named. */
+/** The implementation that is used unless another is given. */
 constinit inline SdBusImpl sdbus_impl;
 
 } // namespace fenmarch_subset

@@ -13,9 +13,9 @@ namespace details
 {
 
 /**
- * The name of a field, checked while compiling: not empty, of A-Z, 0-9 and _,
- * not beginning with _ (the journal drops such fields), and none of the names
- * that every record has anyway.
+ * The name of a field, checked while compiling. It is not empty, consists of
+ * A-Z, 0-9 and _, does not begin with _ (the journal drops such fields), and
+ * differs from the names of the fields that every record has.
  */
 class Key
 {

@@ -38,8 +38,8 @@ inline std::string filledIn(std::string text, std::span<const Field> fields)
     return text;
 }
 
-/** Sends "NAME=value" lines as one record. A journal that does not take it is
- *  nothing that a caller could act on, so the result is ignored. */
+/** Sends "NAME=value" lines as one record. The result is ignored: a caller
+ *  could do nothing about a journal that does not accept the record. */
 inline void sendToJournal(std::vector<std::string>& lines)
 {
     std::vector<iovec> parts;
@@ -47,8 +47,8 @@ inline void sendToJournal(std::vector<std::string>& lines)
     {
         parts.push_back({line.data(), line.size()});
     }
-    // In parentheses, for there is a macro of this name that adds the location
-    // of this line instead of the caller's.
+    // In parentheses, because a macro of this name would add the location of
+    // this line instead of the caller's.
     (sd_journal_sendv)(parts.data(), static_cast<int>(parts.size()));
 }
 
@@ -66,15 +66,15 @@ inline void copyToStandardError(int priority, const std::string& message)
 {
     const std::string line =
         '<' + std::to_string(priority) + "> " + message + '\n';
-    // There is no third place to say that this one failed.
+    // There is no further place to report that this one failed.
     static_cast<void>(std::fputs(line.c_str(), stderr));
 }
 
 /**
- * Sends one record to the journal, and its copy to standard error if that is
+ * Sends one record to the journal, and a copy to standard error if that is
  * wanted.
  *
- * @param texts  each name of a field before its value, which are moved from
+ * @param texts  each name of a field before its value; the texts are moved from
  */
 inline void log(int priority, const std::string& text,
                 std::span<std::string> texts, const std::source_location& where)

@@ -18,7 +18,7 @@ inline namespace fenmarch_subset
 namespace details
 {
 
-/** Keys stand at the even positions, each before its value. */
+/** The keys are at the even positions, each before its value. */
 template <std::size_t position, typename Argument>
 using Parameter = std::conditional_t<position % 2 == 0, Key, const Argument&>;
 
@@ -26,9 +26,9 @@ template <int priority, typename Positions, typename... Arguments>
 class Statement;
 
 /**
- * Logs by being constructed. A class, not a function, because the location of
- * the caller follows a list of any length: a deduction guide fixes the list
- * before the default argument behind it applies.
+ * Its constructor logs. It is a class and not a function because the location
+ * of the caller follows a list of any length: a deduction guide fixes the list
+ * before the default argument after it applies.
  */
 template <int priority, std::size_t... positions, typename... Arguments>
 class Statement<priority, std::index_sequence<positions...>, Arguments...>

@@ -35,7 +35,7 @@ std::string textOf(const Value& value)
     }
     else
     {
-        // The package takes an array of char, thus a literal, for a key, and
+        // The package treats an array of char, such as a literal, as a key, and
         // reads past the end of a std::string_view.
         static_assert(std::same_as<Value, const char*>,
                       "a value is a const char*, a std::string, an integer, a "

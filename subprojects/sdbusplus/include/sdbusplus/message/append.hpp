@@ -11,9 +11,8 @@
 #include <vector>
 
 /*
- * appendValue() adds one value behind what the message holds. The results of
- * libsystemd are not examined: a message that is left incomplete is refused
- * when it is sent.
+ * appendValue() adds one value at the end of the message. The results of
+ * libsystemd are not checked: an incomplete message is refused when it is sent.
  */
 namespace sdbusplus
 {

@@ -10,8 +10,8 @@
 #include <variant>
 
 /*
- * readValue() takes the next value out of a message. A failure leaves the
- * message where the failed step left it and the value as it was.
+ * readValue() reads the next value of a message. After a failure the message is
+ * at the position of the failed step, and the value is unchanged.
  */
 namespace sdbusplus
 {
@@ -61,8 +61,8 @@ bool readAlternative(SdBusInterface& interface, sd_bus_message* message,
 }
 
 /**
- * Reads a variant by the first alternative that fits. One that none fits is
- * skipped, and the value becomes the default of the first alternative.
+ * Reads a variant as the first alternative that fits. If no alternative fits,
+ * the variant is skipped, and the value becomes the default of the first one.
  */
 template <typename... Alternatives>
 void readValue(SdBusInterface& interface, sd_bus_message* message,

@@ -17,7 +17,7 @@ inline namespace fenmarch_subset
 namespace common::xyz::openbmc_project::software
 {
 
-/** The texts of an enumeration: a prefix that all share, and a row for each
+/** The texts of an enumeration: a common prefix, and a row for each
  *  enumerator. */
 template <typename Enumeration, std::size_t count>
 struct EnumeratorNames

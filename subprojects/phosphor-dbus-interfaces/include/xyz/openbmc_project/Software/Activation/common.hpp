@@ -27,7 +27,7 @@ struct Activation
     };
 
     /** The full dotted text.
-     *  @throws std::invalid_argument when the value is no enumerator */
+     *  @throws std::invalid_argument when the value is not an enumerator */
     static std::string convertActivationsToString(Activations value)
     {
         return activations.toText(value);

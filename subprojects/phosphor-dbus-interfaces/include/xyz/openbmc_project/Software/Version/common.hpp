@@ -25,7 +25,7 @@ struct Version
     };
 
     /** The full dotted text.
-     *  @throws std::invalid_argument when the value is no enumerator */
+     *  @throws std::invalid_argument when the value is not an enumerator */
     static std::string convertVersionPurposeToString(VersionPurpose value)
     {
         return versionPurposes.toText(value);
