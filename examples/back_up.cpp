@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Backs up an image, and promotes it once its version runs.
 
 #include <libfenmarch.hpp>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Keeps what has to survive a restart, and reads it back.
 
 #include <libfenmarch.hpp>

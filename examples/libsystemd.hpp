@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 /** What C++ needs to serve an object on the bus with only libsystemd. */
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Masks the power button during an update, and publishes it on the bus.
 
 #include <libfenmarch.hpp>

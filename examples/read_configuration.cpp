@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Prints the configuration of a firmware.
 
 #include <libfenmarch.hpp>

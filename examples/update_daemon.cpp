@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 /**
  * A firmware-update daemon to start from; docs/writing-a-service.md gives the
  * reasons. For each NAME=OBJECT on its command line it serves

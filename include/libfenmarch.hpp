@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 /**
  * @file
  * What the firmware-update services of a BMC share: an FwManager for each

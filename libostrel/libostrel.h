@@ -1,3 +1,5 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+
 /**
  * @file
  * A small store of string items in a JSON file, grouped in sections:

@@ -1,3 +1,5 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+
 /* Links with a libostrel.so.0 that has all that the library calls. */
 #include "libostrel.h"
 

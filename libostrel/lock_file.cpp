@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "lock_file.hpp"
 
 #include "../os/directories.hpp"

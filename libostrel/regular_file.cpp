@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "regular_file.hpp"
 
 #include "../os/files.hpp"

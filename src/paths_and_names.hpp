@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 /**
  * Every fixed path, record key and bus name that the library uses.
  */

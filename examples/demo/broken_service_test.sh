@@ -1,4 +1,5 @@
 #!/bin/sh
+# SPDX-License-Identifier: Apache-2.0
 # The demo notices a service that answers well and leaves the work undone: one
 # that unmasks the power button when it is to mask it.
 #

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "looks.hpp"
 
 #include "one_line.hpp"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 /** The checks that a step can end with. */
 #pragma once
 

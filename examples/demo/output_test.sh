@@ -1,4 +1,5 @@
 #!/bin/sh
+# SPDX-License-Identifier: Apache-2.0
 # The demo is short unless everything is asked for, and fits 80 columns.
 #
 #   output_test.sh DEMO SERVICE CONFIGURATION

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 /**
  * A scenario as data: steps, and for each step what must be seen. All expected
  * texts are literals and are not taken from the library.

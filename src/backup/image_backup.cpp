@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "../../os/cancellation.hpp"
 #include "../../os/directories.hpp"
 #include "../../os/files.hpp"

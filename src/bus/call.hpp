@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 /**
  * The three kinds of call that the library makes on the system bus. Each makes
  * one blocking call and keeps nothing.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "../paths_and_names.hpp"
 #include "../stored_document.hpp"
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // One fault for each tool of scripts/analyze, which has to find it: a tool that
 // finds nothing here finds nothing elsewhere.
 

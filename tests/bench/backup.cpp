@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Usage: backup DIRECTORY COUNT
 //
 // Prints the nanoseconds of the backup of an image of 64 MiB by the library,

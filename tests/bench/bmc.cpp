@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Runs a command on a BMC apart from this machine: in the sandbox, with a bus
 // and the services on it.
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Usage: bus_calls set|get|"raw set"|"raw get" TIMES
 //
 // Sets or reads a property, by the library or by calls of sd-bus that make the

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Counts what one operation of a program costs, from outside: measured.hpp says
 how a program marks it. Each command runs in an empty directory of its own."""
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Our store and those that Debian packages, each doing the same durable work.
 
 #include "stores.hpp"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "../../src/bus/call.hpp"
 #include "support/library_test.hpp"
 #include "support/thrown.hpp"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "support/library_test.hpp"
 #include "support/thrown.hpp"
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The update daemon of the examples, as a process on a BMC.
 
 #include "support/await.hpp"

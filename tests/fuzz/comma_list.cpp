@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 /**
  * processDotString() against a splitter that goes byte by byte.
  */

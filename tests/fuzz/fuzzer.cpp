@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "support/sandbox.hpp"
 
 // Called by libFuzzer first: what the library logs and writes stays inside.

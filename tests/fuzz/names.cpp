@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 /**
  * The conversions between enumerators and their names, against lists of both.
  */

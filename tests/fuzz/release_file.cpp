@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 /**
  * The release files: what is read from a text, what is written for a map, and
  * that the one gives back the other.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 /**
  * Setting an item of any document and deleting it again. The input is section,
  * key and value, each ended by a NUL, and then the document.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 /**
  * Loading any file and reading every item of it, without the lock.
  */

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 /**
  * FwManager::getVersionCount() on its state file, against a conversion of the
  * record's text that goes digit by digit. The state file is a link to a file in

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "../../libostrel/duplicate_keys.hpp"
 #include "../../libostrel/json_string.hpp"
 #include "../../libostrel/json_tokens.hpp"

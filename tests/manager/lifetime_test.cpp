@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // How the lifetime of a manager affects the service that uses it: its threads,
 // its own use of the bus, and its child processes.
 

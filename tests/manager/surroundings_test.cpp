@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // How the surroundings of a service affect a call: signals, a called service
 // that is the caller itself, a journal that has stopped.
 

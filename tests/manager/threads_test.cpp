@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Managers of several threads share the files, the bus and the process.
 
 #include "support/library_test.hpp"

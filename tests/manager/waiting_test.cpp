@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // How long a caller waits for a bus or a service that does not answer, with the
 // time-outs of the platform. The cases wait at the same time.
 

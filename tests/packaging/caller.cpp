@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 /* A service outside the tree: it catches the exceptions of the library. */
 #include <libfenmarch.hpp>
 #include <sdbusplus/exception.hpp>

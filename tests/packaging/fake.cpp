@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 /* A unit test of a service that replaces the library by its own class. */
 #include <libfenmarch.hpp>
 

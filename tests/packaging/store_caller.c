@@ -1,3 +1,5 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+
 /* A C program outside of the tree: keeps an item and reads it back. */
 #include <libostrel.h>
 

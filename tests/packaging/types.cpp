@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 /* A part of a service that uses only the enumerations. */
 #include <libfenmarch.hpp>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "support/thrown.hpp"
 
 #include <gtest/gtest.h>

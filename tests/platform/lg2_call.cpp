@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Compiled by the tests named "lg2 call ...", each with ARGUMENTS of its own.
 
 #include <phosphor-logging/lg2.hpp>

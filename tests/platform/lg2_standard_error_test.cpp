@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "support/checked.hpp"
 #include "support/child.hpp"
 #include "support/descriptor.hpp"

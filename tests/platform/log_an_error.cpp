@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Run by the tests of lg2's copy on standard error.
 
 #include <phosphor-logging/lg2.hpp>

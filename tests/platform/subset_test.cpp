@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Properties of the subsets in subprojects/ that not every version of the
 // replaced packages has.
 

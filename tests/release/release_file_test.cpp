@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "support/await.hpp"
 #include "support/cancelled.hpp"
 #include "support/checked.hpp"

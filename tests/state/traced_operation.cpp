@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Runs one operation of the library between two marks that a tracer sees.
 
 #include <libfenmarch.hpp>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "support/child.hpp"
 #include "support/library_test.hpp"
 

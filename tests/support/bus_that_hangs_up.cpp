@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "bus_that_hangs_up.hpp"
 
 #include "checked.hpp"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "fake_objects.hpp"
 
 #include "bus_pointers.hpp"

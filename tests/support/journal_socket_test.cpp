@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Only the fields that are given.
 #define SD_JOURNAL_SUPPRESS_LOCATION
 

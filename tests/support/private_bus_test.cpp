@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "bus_pointers.hpp"
 #include "caller.hpp"
 #include "private_bus.hpp"

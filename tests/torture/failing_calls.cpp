@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "experiments.hpp"
 #include "operations.hpp"
 #include "supervised.hpp"

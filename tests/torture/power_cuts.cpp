@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "disk.hpp"
 #include "experiments.hpp"
 #include "interruption.hpp"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "../looks.hpp"
 #include "../scenarios.hpp"
 #include "update_steps.hpp"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 /** The steps that an update has in more than one scenario. */
 #pragma once
 

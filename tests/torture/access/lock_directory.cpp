@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "actor.hpp"
 #include "files.hpp"
 #include "parts.hpp"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "held_messages.hpp"
 
 #include <systemd/sd-bus.h>
