@@ -222,9 +222,9 @@ std::string_view Pieces::next() noexcept
 {
     if (rest.starts_with('\\'))
     {
-        const SpelledCharacter next = readCharacter(rest);
-        rest.remove_prefix(next.length);
-        escaped = next.character;
+        const SpelledCharacter read = readCharacter(rest);
+        rest.remove_prefix(read.length);
+        escaped = read.character;
         return {escaped.bytes.data(), escaped.length};
     }
     const std::string_view piece = rest.substr(0, rest.find('\\'));
