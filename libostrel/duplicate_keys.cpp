@@ -66,7 +66,8 @@ bool DuplicateKeys::isBefore(const Key& left, const Key& right) const noexcept
 
 void DuplicateKeys::endObject()
 {
-    const auto first = keys.begin() + around.back();
+    const auto first =
+        keys.begin() + static_cast<std::ptrdiff_t>(around.back());
     const auto end = keys.end();
     std::sort(first, end, [this](const Key& left, const Key& right) {
         return left.fingerprint != right.fingerprint

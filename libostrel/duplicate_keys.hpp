@@ -21,7 +21,7 @@ class DuplicateKeys
 {
   public:
     /**
-     * @param json          outlives the object
+     * @param json          outlives the object; a NUL stands behind it
      * @param expectedKeys  a guess; it may be wrong
      * @throws std::bad_alloc
      */
